@@ -1,0 +1,3 @@
+#pragma once
+
+#include "base/task_runner.h"
