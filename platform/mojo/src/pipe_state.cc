@@ -1,0 +1,122 @@
+#include "pipe_state.h"
+
+#include "base/bind.h"
+#include "base/location.h"
+
+namespace mojo {
+namespace internal {
+namespace {
+
+void DeliverMessage(const std::weak_ptr<Router>& weak_router, Message message) {
+  if (std::shared_ptr<Router> router = weak_router.lock()) router->OnMessage(std::move(message));
+}
+
+void DeliverPeerClosed(const std::weak_ptr<Router>& weak_router) {
+  if (std::shared_ptr<Router> router = weak_router.lock()) router->OnPeerClosed();
+}
+
+}  // namespace
+
+bool PipeState::Send(int from_side, Message message) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  End& to = ends_[1 - from_side];
+  if (ends_[from_side].closed || to.closed) {
+    lock.unlock();
+    return false;  // `message` is destroyed here, outside the lock.
+  }
+  if (to.task_runner) {
+    PostMessageLocked(to, std::move(message));
+  } else {
+    to.queued.push_back(std::move(message));
+  }
+  return true;
+}
+
+void PipeState::Close(int side) {
+  std::deque<Message> dropped;
+  std::unique_lock<std::mutex> lock(mutex_);
+  End& end = ends_[side];
+  if (end.closed) return;
+  end.closed = true;
+  dropped.swap(end.queued);
+  end.task_runner.reset();
+  end.router.reset();
+  End& peer = ends_[1 - side];
+  if (!peer.closed) {
+    if (peer.task_runner) {
+      PostPeerClosedLocked(peer);
+    } else {
+      peer.peer_closed = true;
+    }
+  }
+  lock.unlock();
+}
+
+bool PipeState::IsPeerClosed(int side) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  return ends_[1 - side].closed;
+}
+
+void PipeState::Attach(int side, scoped_refptr<base::SequencedTaskRunner> task_runner,
+                       std::weak_ptr<Router> router) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  End& end = ends_[side];
+  end.task_runner = std::move(task_runner);
+  end.router = std::move(router);
+  while (!end.queued.empty()) {
+    PostMessageLocked(end, std::move(end.queued.front()));
+    end.queued.pop_front();
+  }
+  if (end.peer_closed) PostPeerClosedLocked(end);
+}
+
+void PipeState::Detach(int side) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  ends_[side].task_runner.reset();
+  ends_[side].router.reset();
+}
+
+void PipeState::PostMessageLocked(End& to, Message message) {
+  to.task_runner->PostTask(FROM_HERE, base::BindOnce(&DeliverMessage, to.router, std::move(message)));
+}
+
+void PipeState::PostPeerClosedLocked(End& to) {
+  to.peer_closed = false;
+  to.task_runner->PostTask(FROM_HERE, base::BindOnce(&DeliverPeerClosed, to.router));
+}
+
+}  // namespace internal
+
+ScopedMessagePipeHandle::ScopedMessagePipeHandle(std::shared_ptr<internal::PipeState> pipe,
+                                                 int side)
+    : pipe_(std::move(pipe)), side_(side) {}
+
+ScopedMessagePipeHandle::~ScopedMessagePipeHandle() { reset(); }
+
+ScopedMessagePipeHandle::ScopedMessagePipeHandle(ScopedMessagePipeHandle&& other) noexcept
+    : pipe_(std::move(other.pipe_)), side_(other.side_) {}
+
+ScopedMessagePipeHandle& ScopedMessagePipeHandle::operator=(
+    ScopedMessagePipeHandle&& other) noexcept {
+  if (this != &other) {
+    reset();
+    pipe_ = std::move(other.pipe_);
+    side_ = other.side_;
+  }
+  return *this;
+}
+
+void ScopedMessagePipeHandle::reset() {
+  if (pipe_) {
+    std::shared_ptr<internal::PipeState> pipe = std::move(pipe_);
+    pipe->Close(side_);
+  }
+}
+
+MessagePipe::MessagePipe() {
+  auto pipe = std::make_shared<internal::PipeState>();
+  handle0 = ScopedMessagePipeHandle(pipe, 0);
+  handle1 = ScopedMessagePipeHandle(pipe, 1);
+}
+
+}  // namespace mojo

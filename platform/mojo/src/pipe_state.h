@@ -1,0 +1,45 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <mutex>
+
+#include "base/sequenced_task_runner.h"
+#include "mojo/public/cpp/bindings/lib/router.h"
+#include "mojo/public/cpp/bindings/message.h"
+
+namespace mojo {
+namespace internal {
+
+// The two ends of one pipe. Messages written to an end that has no router yet wait there and
+// are delivered, in order, when one attaches. Safe from any thread.
+class PipeState {
+ public:
+  // False when either end is closed: the message is dropped.
+  bool Send(int from_side, Message message);
+  void Close(int side);
+  bool IsPeerClosed(int side);
+
+  void Attach(int side, scoped_refptr<base::SequencedTaskRunner> task_runner,
+              std::weak_ptr<Router> router);
+  void Detach(int side);
+
+ private:
+  struct End {
+    bool closed = false;
+    bool peer_closed = false;
+    scoped_refptr<base::SequencedTaskRunner> task_runner;
+    std::weak_ptr<Router> router;
+    std::deque<Message> queued;
+  };
+
+  // Posting under the lock keeps delivery in the order of writing.
+  static void PostMessageLocked(End& to, Message message);
+  static void PostPeerClosedLocked(End& to);
+
+  std::mutex mutex_;
+  End ends_[2];
+};
+
+}  // namespace internal
+}  // namespace mojo
