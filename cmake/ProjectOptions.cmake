@@ -39,3 +39,14 @@ function(tev_add_test name)
   tev_project_target(${name})
   add_test(NAME ${name} COMMAND ${name})
 endfunction()
+
+# A gtest executable whose every test runs in a process of its own, for code with
+# process-wide state (the library's singleton, its counters and its IPC thread).
+include(GoogleTest)
+function(tev_add_isolated_test name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;LIBS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gmock GTest::gtest_main)
+  tev_project_target(${name})
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES TIMEOUT 120)
+endfunction()

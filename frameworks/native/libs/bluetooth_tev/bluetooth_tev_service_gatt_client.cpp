@@ -1,10 +1,39 @@
 // Temporary stubs; replaced by the real implementation.
+#include "base/logging.h"
 #include "bluetooth_tev_service.h"
 
 namespace tev {
 
-int BluetoothTevService::initGatt(const btgatt_callbacks_t* /*callbacks*/) { return BT_STATUS_UNSUPPORTED; }
-void BluetoothTevService::cleanupGatt() {  }
+int BluetoothTevService::initGatt(const btgatt_callbacks_t* callbacks) {
+  LOG(INFO) << "BluetoothTev: initGatt";
+  if (!callbacks) return BT_STATUS_PARM_INVALID;
+  mGattClientCallbacks = callbacks->client;
+  mGattServerCallbacks = callbacks->server;
+  mGattScannerCallbacks = callbacks->scanner;
+  return BT_STATUS_SUCCESS;
+}
+
+// Ids handed out so far stay used: the counters keep their values.
+void BluetoothTevService::cleanupGatt() {
+  LOG(INFO) << "BluetoothTev: cleanupGatt";
+  std::map<int, ReadReply> droppedReads;
+  std::map<int, StatusReply> droppedWrites;
+  std::map<int, StatusReply> droppedExecuteWrites;
+  std::lock_guard<std::mutex> lock(mGattMutex);
+  mGattClientCallbacks = nullptr;
+  mGattServerCallbacks = nullptr;
+  mGattScannerCallbacks = nullptr;
+  mClientUuids.clear();
+  mServerUuids.clear();
+  mConnIdToAddress.clear();
+  mAddressToConnId.clear();
+  mConnIdToClientIf.clear();
+  mGattDbCache.clear();
+  // The host's replies waiting here are dropped unrun, after the lock is released.
+  droppedReads.swap(mPendingReads);
+  droppedWrites.swap(mPendingWrites);
+  droppedExecuteWrites.swap(mPendingExecuteWrites);
+}
 int BluetoothTevService::gattRegisterClient(const bluetooth::Uuid& /*app_uuid*/) { return BT_STATUS_UNSUPPORTED; }
 int BluetoothTevService::gattUnregisterClient(int /*client_if*/) { return BT_STATUS_UNSUPPORTED; }
 int BluetoothTevService::gattConnect(int /*client_if*/, const RawAddress& /*addr*/, bool /*is_direct*/, int /*transport*/, bool /*opportunistic*/, int /*initiating_phys*/) { return BT_STATUS_UNSUPPORTED; }
