@@ -43,6 +43,8 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
       std::move(task).Run();
     }
     DestroyLeftovers();
+    // The OS reuses thread ids: a later thread must not pass for this finished sequence.
+    thread_id_.store(std::thread::id(), std::memory_order_release);
   }
 
   void QuitWhenIdle() {

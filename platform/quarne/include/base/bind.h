@@ -32,14 +32,16 @@ namespace internal {
 template <typename... Ts>
 struct TypeList {};
 
-template <size_t N, typename List>
+// Keyed on N == 0 too: otherwise both specializations match N == 0 with types left, which is
+// ambiguous and breaks every partial application.
+template <size_t N, typename List, bool = (N == 0)>
 struct DropTypes;
-template <typename List>
-struct DropTypes<0, List> {
+template <size_t N, typename List>
+struct DropTypes<N, List, true> {
   using Type = List;
 };
 template <size_t N, typename T, typename... Ts>
-struct DropTypes<N, TypeList<T, Ts...>> {
+struct DropTypes<N, TypeList<T, Ts...>, false> {
   using Type = typename DropTypes<N - 1, TypeList<Ts...>>::Type;
 };
 
