@@ -197,6 +197,8 @@ def write_union_decl(out, mapper, union):
         out(f"    {member.name.upper()},")
     out("  };")
     out()
+    out("  // Holds the first member, default-initialised, until a setter picks another.")
+    out(f"  static {name}Ptr New() {{ return {name}Ptr::New(); }}")
     for index, member in enumerate(union.fields):
         out(f"  static {name}Ptr New{camel(member.name)}({mapper.storage(member.type)} value) {{")
         out(f"    {name}Ptr result = {name}Ptr::New();")

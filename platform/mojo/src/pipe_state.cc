@@ -77,7 +77,10 @@ void PipeState::Detach(int side) {
 }
 
 void PipeState::PostMessageLocked(End& to, Message message) {
-  to.task_runner->PostTask(FROM_HERE, base::BindOnce(&DeliverMessage, to.router, std::move(message)));
+  // Named after the method it carries, so that traces show the call rather than the pipe.
+  const base::Location from_here(message.method_name(), message.interface_name(), 0);
+  to.task_runner->PostTask(from_here,
+                           base::BindOnce(&DeliverMessage, to.router, std::move(message)));
 }
 
 void PipeState::PostPeerClosedLocked(End& to) {

@@ -9,23 +9,36 @@
 
 #include "base/logging.h"
 #include "base/threading/thread_task_runner_handle.h"
+#include "base/trace/task_tracer.h"
 
 namespace base {
+
+namespace {
+
+struct PendingTask {
+  OnceClosure task;
+  Location from_here;
+  uint64_t trace_id = 0;
+};
+
+}  // namespace
 
 class Thread::TaskQueue final : public SingleThreadTaskRunner {
  public:
   using Clock = std::chrono::steady_clock;
 
-  bool PostDelayedTask(const Location& /*from_here*/, OnceClosure task, TimeDelta delay) override {
+  bool PostDelayedTask(const Location& from_here, OnceClosure task, TimeDelta delay) override {
+    PendingTask pending{std::move(task), from_here, 0};
+    if (TaskTracer* tracer = GetTaskTracer()) pending.trace_id = tracer->OnTaskPosted(from_here);
     std::unique_lock<std::mutex> lock(mutex_);
     if (!accepting_) {
       lock.unlock();
-      return false;  // `task` is destroyed here, outside the lock.
+      return false;  // The task is destroyed here, outside the lock.
     }
     if (delay.is_zero()) {
-      immediate_.push_back(std::move(task));
+      immediate_.push_back(std::move(pending));
     } else {
-      delayed_.emplace(Clock::now() + delay.ToChrono(), std::move(task));
+      delayed_.emplace(Clock::now() + delay.ToChrono(), std::move(pending));
     }
     if (waiting_) wakeup_.notify_one();
     return true;
@@ -38,9 +51,12 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
   void Run() {
     thread_id_.store(std::this_thread::get_id(), std::memory_order_release);
     ThreadTaskRunnerHandle handle(this);
-    OnceClosure task;
-    while (TakeNext(&task)) {
-      std::move(task).Run();
+    PendingTask pending;
+    while (TakeNext(&pending)) {
+      TaskTracer* tracer = GetTaskTracer();
+      if (tracer) tracer->OnTaskStarted(pending.trace_id, pending.from_here);
+      std::move(pending.task).Run();
+      if (tracer) tracer->OnTaskFinished(pending.trace_id, pending.from_here);
     }
     DestroyLeftovers();
     // The OS reuses thread ids: a later thread must not pass for this finished sequence.
@@ -53,17 +69,12 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
     wakeup_.notify_one();
   }
 
-  void RefuseTasks() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    accepting_ = false;
-  }
-
  private:
   friend class RefCountedThreadSafe<TaskQueue>;
   ~TaskQueue() override = default;
 
   // Waits for the next runnable task; false once quitting and idle.
-  bool TakeNext(OnceClosure* task) {
+  bool TakeNext(PendingTask* task) {
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
       const Clock::time_point now = Clock::now();
@@ -91,8 +102,8 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
   }
 
   void DestroyLeftovers() {
-    std::deque<OnceClosure> immediate;
-    std::multimap<Clock::time_point, OnceClosure> delayed;
+    std::deque<PendingTask> immediate;
+    std::multimap<Clock::time_point, PendingTask> delayed;
     {
       std::lock_guard<std::mutex> lock(mutex_);
       immediate.swap(immediate_);
@@ -102,8 +113,8 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
 
   std::mutex mutex_;
   std::condition_variable wakeup_;
-  std::deque<OnceClosure> immediate_;
-  std::multimap<Clock::time_point, OnceClosure> delayed_;
+  std::deque<PendingTask> immediate_;
+  std::multimap<Clock::time_point, PendingTask> delayed_;
   bool accepting_ = true;
   bool quit_when_idle_ = false;
   bool waiting_ = false;
