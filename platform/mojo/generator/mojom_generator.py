@@ -47,12 +47,12 @@ def record_order(module, mapper):
     def visit(name):
         if name in done:
             return
-        if name in visiting:
-            raise MojomError(f"{module.path}: {name} contains itself")
         visiting.add(name)
         for record_field in records[name].fields:
             mapper.check(record_field.type)
             for used in uses(record_field.type):
+                if used in visiting:
+                    raise MojomError(f"{module.path}:{record_field.type.line}: {used} contains itself")
                 visit(used)
         visiting.discard(name)
         done.add(name)

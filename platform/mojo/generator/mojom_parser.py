@@ -162,9 +162,12 @@ class _Tokens:
 
     def number(self):
         token = self.next()
-        if token[0] != "number":
-            raise MojomError(f"{self.path}:{token[2]}: expected a number, found {token[1]!r}")
-        return int(token[1], 0)
+        try:
+            if token[0] == "number":
+                return int(token[1], 0)
+        except ValueError:
+            pass
+        raise MojomError(f"{self.path}:{token[2]}: expected a number, found {token[1]!r}")
 
 
 def _attributes(tokens: _Tokens) -> Dict[str, object]:
@@ -231,6 +234,7 @@ def _params(tokens: _Tokens) -> List[Field]:
 
 def _enum(tokens: _Tokens, name: str, attributes) -> Enum:
     values, next_value = [], 0
+    line = tokens.line()
     tokens.expect("{")
     while not tokens.accept("}"):
         value_name = tokens.ident()
@@ -242,6 +246,8 @@ def _enum(tokens: _Tokens, name: str, attributes) -> Enum:
             tokens.expect("}")
             break
     tokens.expect(";")
+    if not values:
+        raise MojomError(f"{tokens.path}:{line}: enum {name} has no values")
     return Enum(name, values, bool(attributes.get("Extensible")))
 
 

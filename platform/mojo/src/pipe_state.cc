@@ -72,8 +72,11 @@ void PipeState::Attach(int side, scoped_refptr<base::SequencedTaskRunner> task_r
 
 void PipeState::Detach(int side) {
   std::lock_guard<std::mutex> lock(mutex_);
-  ends_[side].task_runner.reset();
-  ends_[side].router.reset();
+  End& end = ends_[side];
+  end.task_runner.reset();
+  end.router.reset();
+  // A close notice posted to the old router may never have run: the next router gets its own.
+  end.peer_closed = ends_[1 - side].closed;
 }
 
 void PipeState::PostMessageLocked(End& to, Message message) {

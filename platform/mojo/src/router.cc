@@ -1,5 +1,7 @@
 #include "mojo/public/cpp/bindings/lib/router.h"
 
+#include <atomic>
+
 #include "base/logging.h"
 #include "base/threading/sequenced_task_runner_handle.h"
 #include "pipe_state.h"
@@ -7,6 +9,10 @@
 namespace mojo {
 namespace internal {
 namespace {
+
+// Unique across every router a pipe end passes through, so that the reply to a call made before
+// PassHandle() cannot be taken for the reply to a call made after it.
+std::atomic<uint64_t> g_next_request_id{1};
 
 // Sends the reply to one request back through the pipe; usable from any thread.
 class Responder final : public MessageReceiverWithStatus {
@@ -63,7 +69,7 @@ void Router::Send(Message message) {
 void Router::SendWithResponder(Message message, std::unique_ptr<MessageReceiver> responder) {
   DCHECK(OnSequence()) << config_.interface_name << " used off its sequence";
   if (!handle_.is_valid() || encountered_error_) return;
-  const uint64_t request_id = next_request_id_++;
+  const uint64_t request_id = g_next_request_id.fetch_add(1);
   message.set_request_id(request_id);
   responders_[request_id] = std::move(responder);
   handle_.pipe()->Send(handle_.side(), std::move(message));

@@ -61,7 +61,6 @@ class Router : public std::enable_shared_from_this<Router> {
   scoped_refptr<base::SequencedTaskRunner> task_runner_;
   base::OnceClosure error_handler_;
   bool encountered_error_ = false;
-  uint64_t next_request_id_ = 1;
   std::map<uint64_t, std::unique_ptr<MessageReceiver>> responders_;
 };
 
