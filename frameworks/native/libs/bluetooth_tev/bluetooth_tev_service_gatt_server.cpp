@@ -1,21 +1,65 @@
-// Temporary stubs; replaced by the real implementation.
+// GATT server applications and their LE links. The host has no notion of a server
+// application, so server ids are handed out here and links are asked for by address only.
+#include "base/bind.h"
+#include "base/logging.h"
 #include "bluetooth_tev_service.h"
 
 namespace tev {
 
-int BluetoothTevService::gattRegisterServer(const bluetooth::Uuid& /*app_uuid*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattUnregisterServer(int /*server_if*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattServerConnect(int /*server_if*/, const RawAddress& /*addr*/, bool /*is_direct*/, int /*transport*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattServerDisconnect(int /*server_if*/, const RawAddress& /*addr*/, int /*conn_id*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattAddService(int /*server_if*/, std::vector<btgatt_db_element_t> /*service*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattStopService(int /*server_if*/, int /*service_handle*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattDeleteService(int /*server_if*/, int /*service_handle*/) { return BT_STATUS_UNSUPPORTED; }
-void BluetoothTevService::RequestGattRead(tev::mojom::BluetoothAddressPtr /*addr*/, int32_t /*attribute_handle*/, int32_t /*offset*/, bool /*is_long*/, tev::mojom::BluetoothGattDBAttributeType /*attribute_type*/, const RequestGattReadCallback& /*callback*/) {  }
-void BluetoothTevService::RequestGattWrite(tev::mojom::BluetoothAddressPtr /*addr*/, int32_t /*attribute_handle*/, int32_t /*offset*/, const std::vector<uint8_t>& /*value*/, tev::mojom::BluetoothGattDBAttributeType /*attribute_type*/, bool /*is_prepare*/, const RequestGattWriteCallback& /*callback*/) {  }
-void BluetoothTevService::RequestGattExecuteWrite(tev::mojom::BluetoothAddressPtr /*addr*/, bool /*execute*/, const RequestGattExecuteWriteCallback& /*callback*/) {  }
-int BluetoothTevService::gattSendResponse(int /*conn_id*/, int /*trans_id*/, int /*status*/, const btgatt_response_t& /*response*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattSendIndication(int /*server_if*/, int /*attribute_handle*/, int /*conn_id*/, int /*confirm*/, std::vector<uint8_t> /*value*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattServerSetPreferredPhy(const RawAddress& /*addr*/, uint8_t /*tx_phy*/, uint8_t /*rx_phy*/, uint16_t /*phy_options*/) { return BT_STATUS_UNSUPPORTED; }
-int BluetoothTevService::gattServerReadPhy(const RawAddress& /*addr*/, ReadPhyCallback /*cb*/) { return BT_STATUS_UNSUPPORTED; }
+// Stack thread.
+int BluetoothTevService::gattRegisterServer(const bluetooth::Uuid& app_uuid) {
+  int serverIf = 0;
+  {
+    std::lock_guard<std::mutex> lock(mGattMutex);
+    serverIf = mNextServerIf++;
+    mServerUuids[serverIf] = app_uuid;
+  }
+  LOG(INFO) << "BluetoothTev: gattRegisterServer if=" << serverIf;
+  // Always posted: the slot is tested when the task runs.
+  postToCallback(base::BindOnce(
+      [](const btgatt_server_callbacks_t* callbacks, int serverIf, bluetooth::Uuid uuid) {
+        if (callbacks && callbacks->register_server_cb) {
+          callbacks->register_server_cb(BT_STATUS_SUCCESS, serverIf, uuid);
+        }
+      },
+      gattServerCallbacks(), serverIf, app_uuid));
+  return BT_STATUS_SUCCESS;
+}
+
+// Stack thread.
+int BluetoothTevService::gattUnregisterServer(int server_if) {
+  LOG(INFO) << "BluetoothTev: gattUnregisterServer if=" << server_if;
+  std::lock_guard<std::mutex> lock(mGattMutex);
+  mServerUuids.erase(server_if);
+  return BT_STATUS_SUCCESS;
+}
+
+// Stack thread. The outcome comes back as the host's LE connection event.
+int BluetoothTevService::gattServerConnect(int /*server_if*/, const RawAddress& addr,
+                                           bool /*is_direct*/, int /*transport*/) {
+  LOG(INFO) << "BluetoothTev: gattServerConnect";
+  postToMojo(base::BindOnce(
+      [](android::sp<BluetoothTevService> service, tev::mojom::BluetoothAddressPtr address) {
+        DCHECK(service->onIpcThread());
+        if (!service->mHost.is_bound()) return;
+        service->mHost->ConnectLEDevice(std::move(address));
+      },
+      android::sp<BluetoothTevService>(this), toMojoAddress(addr)));
+  return BT_STATUS_SUCCESS;
+}
+
+// Stack thread.
+int BluetoothTevService::gattServerDisconnect(int /*server_if*/, const RawAddress& addr,
+                                              int /*conn_id*/) {
+  LOG(INFO) << "BluetoothTev: gattServerDisconnect";
+  postToMojo(base::BindOnce(
+      [](android::sp<BluetoothTevService> service, tev::mojom::BluetoothAddressPtr address) {
+        DCHECK(service->onIpcThread());
+        if (!service->mHost.is_bound()) return;
+        service->mHost->DisconnectLEDevice(std::move(address));
+      },
+      android::sp<BluetoothTevService>(this), toMojoAddress(addr)));
+  return BT_STATUS_SUCCESS;
+}
 
 }  // namespace tev
