@@ -29,11 +29,15 @@ std::vector<uint8_t> nameBytes(const std::string& name) {
   return recordBytes(record);
 }
 
-std::vector<uint8_t> serviceRecordBytes(const tev::mojom::BluetoothServiceRecord& source) {
+// A null nested record (service record, remote version, LE features) reads as all zeros, as a
+// null address does.
+std::vector<uint8_t> serviceRecordBytes(const tev::mojom::BluetoothServiceRecordPtr& source) {
   bt_service_record_t record{};
-  record.uuid = source.uuid;
-  record.channel = source.channel;
-  std::memcpy(record.name, source.name.data(), std::min(source.name.size(), sizeof(record.name) - 1));
+  if (source.is_null()) return recordBytes(record);
+  record.uuid = source->uuid;
+  record.channel = source->channel;
+  std::memcpy(record.name, source->name.data(),
+              std::min(source->name.size(), sizeof(record.name) - 1));
   return recordBytes(record);
 }
 
@@ -56,9 +60,20 @@ std::vector<uint8_t> uuidListBytes(const std::vector<bluetooth::Uuid>& uuids) {
   return bytes;
 }
 
+std::vector<uint8_t> remoteVersionBytes(const tev::mojom::BluetoothRemoteVersionPtr& source) {
+  bt_remote_version_t version{};
+  if (source.is_null()) return recordBytes(version);
+  version.version = source->version;
+  version.sub_ver = source->sub_ver;
+  version.manufacturer = source->manufacturer;
+  return recordBytes(version);
+}
+
 // The leading 14 bytes come from the host; the features it does not report stay zero.
-std::vector<uint8_t> leFeaturesBytes(const tev::mojom::BluetoothLocalLEFeatures& source) {
+std::vector<uint8_t> leFeaturesBytes(const tev::mojom::BluetoothLocalLEFeaturesPtr& record) {
   bt_local_le_features_t features{};
+  if (record.is_null()) return recordBytes(features);
+  const tev::mojom::BluetoothLocalLEFeatures& source = *record;
   features.version_supported = source.version_supported;
   features.local_privacy_enabled = source.local_privacy_enabled;
   features.max_adv_instance = source.max_adv_instance;
@@ -99,7 +114,7 @@ bool convertOne(const BluetoothProperty& property, bt_property_type_t* type,
       return true;
     case BluetoothProperty::Tag::SERVICE_RECORD:
       *type = BT_PROPERTY_SERVICE_RECORD;
-      *bytes = serviceRecordBytes(*property.get_service_record());
+      *bytes = serviceRecordBytes(property.get_service_record());
       return true;
     case BluetoothProperty::Tag::ADAPTER_SCAN_MODE:
       *type = BT_PROPERTY_ADAPTER_SCAN_MODE;
@@ -121,19 +136,13 @@ bool convertOne(const BluetoothProperty& property, bt_property_type_t* type,
       *type = BT_PROPERTY_REMOTE_RSSI;
       *bytes = valueBytes(property.get_remote_rssi());
       return true;
-    case BluetoothProperty::Tag::REMOTE_VERSION: {
-      const tev::mojom::BluetoothRemoteVersion& source = *property.get_remote_version();
-      bt_remote_version_t version{};
-      version.version = source.version;
-      version.sub_ver = source.sub_ver;
-      version.manufacturer = source.manufacturer;
+    case BluetoothProperty::Tag::REMOTE_VERSION:
       *type = BT_PROPERTY_REMOTE_VERSION_INFO;
-      *bytes = recordBytes(version);
+      *bytes = remoteVersionBytes(property.get_remote_version());
       return true;
-    }
     case BluetoothProperty::Tag::LOCAL_LE_FEATURES:
       *type = BT_PROPERTY_LOCAL_LE_FEATURES;
-      *bytes = leFeaturesBytes(*property.get_local_le_features());
+      *bytes = leFeaturesBytes(property.get_local_le_features());
       return true;
   }
   return false;
