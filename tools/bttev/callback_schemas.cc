@@ -1,0 +1,96 @@
+// What each callback of the tables reports, for expectations and help; the tables' test keeps
+// the two in step.
+#include "callback_tables.h"
+
+namespace tev {
+namespace bttev {
+
+std::string CallbackSchema::Name() const { return std::string(TablePrefix(table)) + "." + slot; }
+
+const std::vector<CallbackSchema>& CallbackSchemas() {
+  using T = Table;
+  static const std::vector<CallbackSchema> kSchemas = {
+      {T::kAdapter, "adapter_state_changed_cb", {"state"}},
+      {T::kAdapter, "adapter_properties_cb", {"status", "count"}, true},
+      {T::kAdapter, "remote_device_properties_cb", {"status", "addr", "count"}, true},
+      {T::kAdapter, "device_found_cb", {"count"}, true},
+      {T::kAdapter, "discovery_state_changed_cb", {"state"}},
+      {T::kAdapter, "pin_request_cb", {"addr", "name", "cod", "min_16_digit"}},
+      {T::kAdapter, "ssp_request_cb", {"addr", "name", "cod", "variant", "pass_key"}},
+      {T::kAdapter, "bond_state_changed_cb", {"status", "addr", "state", "fail_reason"}},
+      {T::kAdapter, "address_consolidate_cb", {"main_addr", "secondary_addr"}},
+      {T::kAdapter, "le_address_associate_cb", {"main_addr", "secondary_addr"}},
+      {T::kAdapter, "acl_state_changed_cb", {"status", "addr", "state", "transport_link_type", "hci_reason"}},
+      {T::kAdapter, "thread_evt_cb", {"evt"}},
+      {T::kAdapter, "dut_mode_recv_cb", {"opcode", "data"}},
+      {T::kAdapter, "le_test_mode_cb", {"status", "num_packets"}},
+      {T::kAdapter, "energy_info_cb", {"status", "tx_time", "rx_time"}},
+      {T::kAdapter,
+       "link_quality_report_cb",
+       {"timestamp", "report_id", "rssi", "snr", "retransmission_count", "packets_not_receive_count",
+        "negative_acknowledgement_count"}},
+      {T::kAdapter, "generate_local_oob_data_cb", {"transport"}},
+      {T::kAdapter, "switch_buffer_size_cb", {"is_low_latency"}},
+      {T::kAdapter, "switch_codec_cb", {"is_low_latency"}},
+      {T::kGattClient, "register_client_cb", {"status", "client_if", "uuid"}},
+      {T::kGattClient, "open_cb", {"conn_id", "status", "client_if", "addr"}},
+      {T::kGattClient, "close_cb", {"conn_id", "status", "client_if", "addr"}},
+      {T::kGattClient, "search_complete_cb", {"conn_id", "status"}},
+      {T::kGattClient, "register_for_notification_cb", {"conn_id", "registered", "status", "handle"}},
+      {T::kGattClient, "notify_cb", {"conn_id", "addr", "handle", "len", "is_notify", "value"}},
+      {T::kGattClient, "read_characteristic_cb", {"conn_id", "status", "handle", "len", "value_type", "value"}},
+      {T::kGattClient, "write_characteristic_cb", {"conn_id", "status", "handle", "len", "value"}},
+      {T::kGattClient, "read_descriptor_cb", {"conn_id", "status", "handle", "len", "value_type", "value"}},
+      {T::kGattClient, "write_descriptor_cb", {"conn_id", "status", "handle", "len", "value"}},
+      {T::kGattClient, "execute_write_cb", {"conn_id", "status"}},
+      {T::kGattClient, "read_remote_rssi_cb", {"client_if", "addr", "rssi", "status"}},
+      {T::kGattClient, "configure_mtu_cb", {"conn_id", "status", "mtu"}},
+      {T::kGattClient, "congestion_cb", {"conn_id", "congested"}},
+      {T::kGattClient, "get_gatt_db_cb", {"conn_id", "count"}, true},
+      {T::kGattClient, "services_removed_cb", {"conn_id", "start_handle", "end_handle"}},
+      {T::kGattClient, "services_added_cb", {"conn_id", "count"}, true},
+      {T::kGattClient, "phy_updated_cb", {"conn_id", "tx_phy", "rx_phy", "status"}},
+      {T::kGattClient, "conn_updated_cb", {"conn_id", "interval", "latency", "timeout", "status"}},
+      {T::kGattClient, "service_changed_cb", {"conn_id"}},
+      {T::kGattClient, "read_phy_cb", {"tx_phy", "rx_phy", "status"}, false, true},
+      {T::kGattServer, "register_server_cb", {"status", "server_if", "uuid"}},
+      {T::kGattServer, "connection_cb", {"conn_id", "server_if", "connected", "addr"}},
+      {T::kGattServer, "service_added_cb", {"status", "server_if", "count"}, true},
+      {T::kGattServer, "service_stopped_cb", {"status", "server_if", "srvc_handle"}},
+      {T::kGattServer, "service_deleted_cb", {"status", "server_if", "srvc_handle"}},
+      {T::kGattServer,
+       "request_read_characteristic_cb",
+       {"conn_id", "trans_id", "addr", "attr_handle", "offset", "is_long"}},
+      {T::kGattServer,
+       "request_read_descriptor_cb",
+       {"conn_id", "trans_id", "addr", "attr_handle", "offset", "is_long"}},
+      {T::kGattServer,
+       "request_write_characteristic_cb",
+       {"conn_id", "trans_id", "addr", "attr_handle", "offset", "need_rsp", "is_prep", "len", "value"}},
+      {T::kGattServer,
+       "request_write_descriptor_cb",
+       {"conn_id", "trans_id", "addr", "attr_handle", "offset", "need_rsp", "is_prep", "len", "value"}},
+      {T::kGattServer, "request_exec_write_cb", {"conn_id", "trans_id", "addr", "exec_write"}},
+      {T::kGattServer, "response_confirmation_cb", {"status", "handle"}},
+      {T::kGattServer, "indication_sent_cb", {"conn_id", "status"}},
+      {T::kGattServer, "congestion_cb", {"conn_id", "congested"}},
+      {T::kGattServer, "mtu_changed_cb", {"conn_id", "mtu"}},
+      {T::kGattServer, "phy_updated_cb", {"conn_id", "tx_phy", "rx_phy", "status"}},
+      {T::kGattServer, "conn_updated_cb", {"conn_id", "interval", "latency", "timeout", "status"}},
+      {T::kGattServer, "read_phy_cb", {"tx_phy", "rx_phy", "status"}, false, true},
+      {T::kGattScanner,
+       "scan_result_cb",
+       {"event_type", "addr_type", "addr", "primary_phy", "secondary_phy", "advertising_sid", "tx_power", "rssi",
+        "periodic_adv_int", "name", "adv_data", "original_addr"}},
+      {T::kGattScanner, "batchscan_reports_cb", {"client_if", "status", "report_format", "num_records", "data"}},
+      {T::kGattScanner, "batchscan_threshold_cb", {"client_if"}},
+      {T::kGattScanner, "track_adv_event_cb", {"client_if", "filt_index", "addr"}},
+      {T::kGattScanner, "register_cb", {"scanner_id", "status"}, false, true},
+      {T::kGattScanner, "set_parameters_cb", {"status"}, false, true},
+      {T::kGattScanner, "filter_enable_cb", {"action", "status"}, false, true},
+  };
+  return kSchemas;
+}
+
+}  // namespace bttev
+}  // namespace tev

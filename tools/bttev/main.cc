@@ -1,0 +1,179 @@
+// bttev: the stack's side of the Bluetooth HAL. Loads the library as the stack does, drives it
+// against the simulated Quarne OS host, and checks every callback against the HAL contract.
+#include <unistd.h>
+
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "callback_event.h"
+#include "command_table.h"
+#include "demo_script.h"
+#include "executor.h"
+#include "session.h"
+#include "shell.h"
+#include "task_monitor.h"
+#include "tev/sim/world_loader.h"
+
+namespace {
+
+using tev::bttev::Session;
+using tev::bttev::SessionOptions;
+using tev::sim::SimulatedHost;
+
+constexpr int kExitFailed = 1;
+constexpr int kExitUsage = 2;
+
+const char kUsage[] =
+    "usage: bttev [OPTIONS] COMMAND\n"
+    "commands:\n"
+    "  demo          a guided tour of every part of the HAL on the simulated host (real time)\n"
+    "  run FILE      run a script of HAL commands and expectations; fails at the first unmet one\n"
+    "  shell         an interactive console in the same language ('help' inside)\n"
+    "  help [TOPIC]  the command language (TOPIC: bt, gatt, client, server, scanner, host, script,\n"
+    "                callbacks, expect, or a command)\n"
+    "options:\n"
+    "  --lib PATH             the HAL library to load (default: the one built alongside)\n"
+    "  --world FILE           the simulated host's world (default: the built-in one)\n"
+    "  --trace FILE           write a timeline of every thread (trace-event JSON, for the Perfetto UI)\n"
+    "  --clock virtual|real   the host's time for run and shell (run: virtual, shell: real)\n"
+    "  --quiet, --verbose     less (failures and summary) or more (every library log line)\n";
+
+int usage(const std::string& problem) {
+  std::cerr << "bttev: " << problem << "\n" << kUsage;
+  return kExitUsage;
+}
+
+bool readFile(const std::string& path, std::string* text) {
+  std::ifstream file(path, std::ios::binary);
+  if (!file) return false;
+  std::ostringstream content;
+  content << file.rdbuf();
+  *text = content.str();
+  return static_cast<bool>(file) || file.eof();
+}
+
+// Runs `lines` in a fresh session; the summary follows unless quiet.
+int runLines(SessionOptions options, const std::vector<tev::bttev::ScriptLine>& lines, const std::string& title,
+             bool summaryWhenQuiet) {
+  const bool quiet = options.verbosity == tev::bttev::Verbosity::kQuiet;
+  Session session(std::move(options), std::cout, std::cerr);
+  std::string error;
+  if (!session.Start(&error)) {
+    std::cerr << "bttev: " << error << "\n";
+    return kExitFailed;
+  }
+  tev::bttev::Executor executor(session);
+  const bool ran = executor.Run(lines, &error);
+  std::string shutdownError;
+  const bool stopped = session.Shutdown(&shutdownError);
+  const size_t breaches = session.checker().BreachCount();
+  if (!quiet || summaryWhenQuiet) session.PrintSummary(title, std::cout);
+  std::cout.flush();
+  if (!ran) std::cerr << "bttev: " << error << "\n";
+  if (!stopped) std::cerr << "bttev: " << shutdownError << "\n";
+  if (breaches) std::cerr << "bttev: " << breaches << " contract breach(es); see the lines marked !!\n";
+  return ran && stopped && breaches == 0 ? 0 : kExitFailed;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // Before any thread starts, so that every task of every thread is seen.
+  tev::bttev::TaskMonitor::Install();
+  tev::bttev::SetCurrentThreadName("stack");
+
+  SessionOptions options;
+  options.libraryPath = BTTEV_DEFAULT_LIBRARY;
+  std::string clock;
+  std::vector<std::string> words;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    auto value = [&](std::string* out) {
+      if (i + 1 >= argc) return false;
+      *out = argv[++i];
+      return true;
+    };
+    if (arg == "--lib") {
+      if (!value(&options.libraryPath)) return usage("--lib needs a path");
+    } else if (arg == "--world") {
+      if (!value(&options.worldFile)) return usage("--world needs a file");
+    } else if (arg == "--trace") {
+      if (!value(&options.tracePath)) return usage("--trace needs a file");
+    } else if (arg == "--clock") {
+      if (!value(&clock) || (clock != "virtual" && clock != "real")) return usage("--clock takes virtual or real");
+    } else if (arg == "--quiet") {
+      options.verbosity = tev::bttev::Verbosity::kQuiet;
+    } else if (arg == "--verbose") {
+      options.verbosity = tev::bttev::Verbosity::kVerbose;
+    } else if (arg == "-h" || arg == "--help") {
+      std::cout << kUsage;
+      return 0;
+    } else if (!arg.empty() && arg[0] == '-') {
+      return usage("unknown option " + arg);
+    } else {
+      words.push_back(arg);
+    }
+  }
+  if (words.empty()) return usage("no command");
+  const std::string command = words[0];
+
+  if (command == "help") {
+    std::string topic;
+    for (size_t i = 1; i < words.size(); ++i) topic += (i > 1 ? " " : "") + words[i];
+    std::cout << tev::bttev::HelpText(topic);
+    return 0;
+  }
+  if (command == "demo") {
+    if (words.size() != 1) return usage("demo takes no argument");
+    if (clock == "virtual") return usage("the demo runs on the real clock");
+    options.time = SimulatedHost::Time::kReal;
+    tev::sim::World world = tev::sim::DefaultWorld();
+    tev::sim::WorldError worldError;
+    if (!options.worldFile.empty() && !tev::sim::LoadWorldFile(options.worldFile, &world, &worldError)) {
+      std::cerr << "bttev: " << worldError.ToString() << "\n";
+      return kExitUsage;
+    }
+    std::vector<tev::bttev::ScriptLine> lines;
+    std::string error;
+    if (!tev::bttev::ParseScript(tev::bttev::BuildDemoScript(world), "demo", &lines, &error) ||
+        !tev::bttev::ValidateScript(lines, &error)) {
+      std::cerr << "bttev: " << error << "\n";
+      return kExitFailed;
+    }
+    return runLines(options, lines, "Demo summary", true);
+  }
+  if (command == "run") {
+    if (words.size() != 2) return usage("run takes one script file");
+    options.time = clock == "real" ? SimulatedHost::Time::kReal : SimulatedHost::Time::kVirtual;
+    std::string text;
+    if (!readFile(words[1], &text)) {
+      std::cerr << "bttev: cannot read the script " << words[1] << "\n";
+      return kExitUsage;
+    }
+    std::vector<tev::bttev::ScriptLine> lines;
+    std::string error;
+    if (!tev::bttev::ParseScript(text, words[1], &lines, &error) || !tev::bttev::ValidateScript(lines, &error)) {
+      std::cerr << "bttev: " << error << "\n";
+      return kExitUsage;
+    }
+    return runLines(options, lines, "Summary of " + words[1], false);
+  }
+  if (command == "shell") {
+    if (words.size() != 1) return usage("shell takes no argument");
+    options.time = clock == "virtual" ? SimulatedHost::Time::kVirtual : SimulatedHost::Time::kReal;
+    Session session(options, std::cout, std::cerr);
+    std::string error;
+    if (!session.Start(&error)) {
+      std::cerr << "bttev: " << error << "\n";
+      return kExitFailed;
+    }
+    const int failures = tev::bttev::RunShell(session, std::cin, isatty(STDIN_FILENO) != 0);
+    if (!session.Shutdown(&error)) session.transcript().Error("bttev: " + error);
+    session.PrintSummary("Shell summary", std::cout);
+    return failures == 0 && session.checker().BreachCount() == 0 ? 0 : kExitFailed;
+  }
+  return usage("unknown command '" + command + "'");
+}

@@ -1,0 +1,116 @@
+#pragma once
+
+#include <hardware/bluetooth.h>
+#include <hardware/bt_gatt.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <ostream>
+#include <string>
+
+#include "base/memory/scoped_refptr.h"
+#include "base/single_thread_task_runner.h"
+#include "callback_tables.h"
+#include "contract_checker.h"
+#include "event_pattern.h"
+#include "event_queue.h"
+#include "library_loader.h"
+#include "library_log.h"
+#include "task_monitor.h"
+#include "tev/sim/simulated_host.h"
+#include "trace_writer.h"
+#include "transcript.h"
+
+namespace tev {
+namespace bttev {
+
+struct SessionOptions {
+  std::string libraryPath;
+  // Empty for the built-in world.
+  std::string worldFile;
+  sim::SimulatedHost::Time time = sim::SimulatedHost::Time::kVirtual;
+  Verbosity verbosity = Verbosity::kNormal;
+  // Empty for no trace.
+  std::string tracePath;
+};
+
+// One run of the driver: the simulated host, the loaded library, and the stack's side of it
+// (callback tables, contract checker, expectations, transcript, trace). Its methods run on the
+// stack thread, the thread that created it, except OnCallback.
+class Session : public CallbackSink {
+ public:
+  // How long an expectation or a settle waits before it counts as a deadlock.
+  static constexpr std::chrono::milliseconds kDeadlockGuard{5000};
+
+  Session(SessionOptions options, std::ostream& out, std::ostream& err);
+  ~Session() override;
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  // Loads the world, starts the host and loads the library.
+  bool Start(std::string* error);
+  // Cleans up the tables the run left installed, stops the host and writes the trace.
+  bool Shutdown(std::string* error);
+
+  const bt_interface_t* bt() const { return library_->bt(); }
+  // get_profile_interface("gatt"), asked once and checked.
+  const btgatt_interface_t* Gatt(std::string* error);
+
+  // One HAL call on the stack thread, as the checker, the trace and the transcript see it.
+  int CallStatus(const std::string& call, const std::function<int()>& body);
+  int CallValue(const std::string& call, const std::function<int()>& body);
+  void CallVoid(const std::string& call, const std::function<void()>& body,
+                const std::function<std::string()>& outcome = nullptr);
+
+  // Marks the adapter table (init .. cleanup) or the GATT tables (gatt init .. gatt cleanup) as
+  // in the HAL's hands or taken back, for the checker and for Shutdown.
+  void SetInstalled(Table table, bool installed);
+
+  // Waits until the IPC, host and callback threads have no work left that is due.
+  bool Settle(std::string* error);
+  // Virtual time: once every call made so far has reached the host, runs the host's timers due
+  // within `duration`. Real time: lets it pass.
+  bool AdvanceTime(std::chrono::microseconds duration, std::string* error);
+  bool virtualTime() const { return options_.time == sim::SimulatedHost::Time::kVirtual; }
+
+  sim::SimulatedHost& host() { return *host_; }
+  EventQueue& events() { return events_; }
+  ContractChecker& checker() { return checker_; }
+  Transcript& transcript() { return transcript_; }
+  Variables& variables() { return variables_; }
+  void CountExpectationMet() { ++expectationsMet_; }
+
+  // "== title", then counts of what crossed each boundary.
+  void PrintSummary(const std::string& title, std::ostream& out);
+
+  // The thread the HAL called back on.
+  void OnCallback(CallbackEvent event) override;
+
+ private:
+  int call(const std::string& text, const std::function<int()>& body, bool status);
+
+  const SessionOptions options_;
+  const std::chrono::steady_clock::time_point started_;
+  Transcript transcript_;
+  ContractChecker checker_;
+  EventQueue events_;
+  Variables variables_;
+  std::unique_ptr<sim::SimulatedHost> host_;
+  std::unique_ptr<LoadedLibrary> library_;
+  const btgatt_interface_t* gatt_ = nullptr;
+  TaskMonitor* monitor_ = nullptr;
+  // Lives as long as the process, like the monitor that feeds it.
+  TraceWriter* trace_ = nullptr;
+  bool adapterInstalled_ = false;
+  bool gattInstalled_ = false;
+  bool stopped_ = false;
+  size_t expectationsMet_ = 0;
+  std::mutex callbackRunnerMutex_;
+  // The thread that sent ASSOCIATE_JVM, for settling.
+  scoped_refptr<base::SingleThreadTaskRunner> callbackRunner_;
+};
+
+}  // namespace bttev
+}  // namespace tev
