@@ -53,6 +53,17 @@ void BluetoothTevService::postToCallback(base::OnceCallback<void()> task) {
   }
 }
 
+void BluetoothTevService::postAddressCall(const RawAddress& addr, AddressMethod method) {
+  postToMojo(base::BindOnce(
+      [](android::sp<BluetoothTevService> service, AddressMethod method,
+         tev::mojom::BluetoothAddressPtr address) {
+        DCHECK(service->onIpcThread());
+        if (!service->mHost.is_bound()) return;
+        (service->mHost.get()->*method)(std::move(address));
+      },
+      android::sp<BluetoothTevService>(this), method, toMojoAddress(addr)));
+}
+
 // Stack thread.
 int BluetoothTevService::initialize(bt_callbacks_t* callbacks) {
   LOG(INFO) << "BluetoothTev: initialize";

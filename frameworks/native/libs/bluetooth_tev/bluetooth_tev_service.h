@@ -58,6 +58,9 @@ class BluetoothTevService : public TevService, public tev::mojom::BluetoothInsta
   // Task posting (any thread).
   void postToMojo(base::OnceCallback<void()> task);
   void postToCallback(base::OnceCallback<void()> task);
+  // Posts `method(address record)` to the host; dropped silently while the host is not bound.
+  using AddressMethod = void (tev::mojom::BluetoothHost::*)(tev::mojom::BluetoothAddressPtr);
+  void postAddressCall(const RawAddress& addr, AddressMethod method);
 
   // Callback tables as installed now; null when none is.
   bt_callbacks_t* callbacks() const { return mCallbacks.load(); }

@@ -12,19 +12,6 @@ constexpr int kDefaultClientIf = 1;
 // connection_cb always names this server interface, whatever servers are registered.
 constexpr int kConnectionServerIf = 1;
 
-using AddressCall = void (tev::mojom::BluetoothHost::*)(tev::mojom::BluetoothAddressPtr);
-
-// Any thread. The task owns the address record; it is dropped unsent when the host is not bound.
-void postAddressCall(BluetoothTevService* service, const RawAddress& addr, AddressCall call) {
-  service->postToMojo(base::BindOnce(
-      [](android::sp<BluetoothTevService> self, AddressCall call,
-         tev::mojom::BluetoothAddressPtr address) {
-        if (!self->host().is_bound()) return;
-        (self->host().get()->*call)(std::move(address));
-      },
-      android::sp<BluetoothTevService>(service), call, BluetoothTevService::toMojoAddress(addr)));
-}
-
 // IPC thread. The client callback (open_cb or close_cb) first, then the server's connection_cb.
 void notifyConnection(BluetoothTevService* service, int connId, int clientIf,
                       const RawAddress& addr, bool connected) {
@@ -112,7 +99,7 @@ int BluetoothTevService::gattConnect(int client_if, const RawAddress& addr, bool
                                      int /*transport*/, bool /*opportunistic*/,
                                      int /*initiating_phys*/) {
   LOG(INFO) << "BluetoothTev: gattConnect if=" << client_if << " addr=" << addr.ToString();
-  postAddressCall(this, addr, &tev::mojom::BluetoothHost::ConnectLEDevice);
+  postAddressCall(addr, &tev::mojom::BluetoothHost::ConnectLEDevice);
   std::lock_guard<std::mutex> lock(mGattMutex);
   // A device not yet connected gets its id from the connection event, for the default client.
   auto known = mAddressToConnId.find(addr);
@@ -123,7 +110,7 @@ int BluetoothTevService::gattConnect(int client_if, const RawAddress& addr, bool
 // Stack thread. The registries are cleared by the host's disconnection event.
 int BluetoothTevService::gattDisconnect(int client_if, const RawAddress& addr, int conn_id) {
   LOG(INFO) << "BluetoothTev: gattDisconnect if=" << client_if << " conn_id=" << conn_id;
-  postAddressCall(this, addr, &tev::mojom::BluetoothHost::DisconnectLEDevice);
+  postAddressCall(addr, &tev::mojom::BluetoothHost::DisconnectLEDevice);
   return BT_STATUS_SUCCESS;
 }
 

@@ -10,19 +10,6 @@ namespace tev {
 namespace {
 
 using GattDbEntry = BluetoothTevService::GattDbEntry;
-using AddressCall = void (tev::mojom::BluetoothHost::*)(tev::mojom::BluetoothAddressPtr);
-
-// Any thread. The task owns the address record; it is dropped unsent when the host is not bound.
-void postAddressCall(BluetoothTevService* service, const RawAddress& addr, AddressCall call) {
-  service->postToMojo(base::BindOnce(
-      [](android::sp<BluetoothTevService> self, AddressCall call,
-         tev::mojom::BluetoothAddressPtr address) {
-        if (!self->host().is_bound()) return;
-        (self->host().get()->*call)(std::move(address));
-      },
-      android::sp<BluetoothTevService>(service), call, BluetoothTevService::toMojoAddress(addr)));
-}
-
 // Links each element to the service and characteristic listed before it. The host's handles are
 // taken as they are: it lists each service before its contents and each characteristic before
 // its descriptors.
@@ -101,7 +88,7 @@ int BluetoothTevService::gattSearchService(int conn_id, const bluetooth::Uuid* /
     address = known->second;
   }
   LOG(INFO) << "BluetoothTev: gattSearchService conn_id=" << conn_id;
-  postAddressCall(this, address, &tev::mojom::BluetoothHost::SearchService);
+  postAddressCall(address, &tev::mojom::BluetoothHost::SearchService);
   return BT_STATUS_SUCCESS;
 }
 
@@ -115,7 +102,7 @@ int BluetoothTevService::gattGetGattDb(int conn_id) {
     address = known->second;
   }
   LOG(INFO) << "BluetoothTev: gattGetGattDb conn_id=" << conn_id;
-  postAddressCall(this, address, &tev::mojom::BluetoothHost::GetGattDB);
+  postAddressCall(address, &tev::mojom::BluetoothHost::GetGattDB);
   return BT_STATUS_SUCCESS;
 }
 
@@ -139,7 +126,7 @@ void BluetoothTevService::OnSearchComplete(tev::mojom::BluetoothAddressPtr addr,
                                      int status) { client->search_complete_cb(connId, status); },
                                   client, connId, static_cast<int>(status)));
   }
-  postAddressCall(this, address, &tev::mojom::BluetoothHost::GetGattDB);
+  postAddressCall(address, &tev::mojom::BluetoothHost::GetGattDB);
 }
 
 // IPC thread. The new list replaces the device's whole list.

@@ -38,13 +38,7 @@ int BluetoothTevService::gattUnregisterServer(int server_if) {
 int BluetoothTevService::gattServerConnect(int /*server_if*/, const RawAddress& addr,
                                            bool /*is_direct*/, int /*transport*/) {
   LOG(INFO) << "BluetoothTev: gattServerConnect";
-  postToMojo(base::BindOnce(
-      [](android::sp<BluetoothTevService> service, tev::mojom::BluetoothAddressPtr address) {
-        DCHECK(service->onIpcThread());
-        if (!service->mHost.is_bound()) return;
-        service->mHost->ConnectLEDevice(std::move(address));
-      },
-      android::sp<BluetoothTevService>(this), toMojoAddress(addr)));
+  postAddressCall(addr, &tev::mojom::BluetoothHost::ConnectLEDevice);
   return BT_STATUS_SUCCESS;
 }
 
@@ -52,13 +46,7 @@ int BluetoothTevService::gattServerConnect(int /*server_if*/, const RawAddress& 
 int BluetoothTevService::gattServerDisconnect(int /*server_if*/, const RawAddress& addr,
                                               int /*conn_id*/) {
   LOG(INFO) << "BluetoothTev: gattServerDisconnect";
-  postToMojo(base::BindOnce(
-      [](android::sp<BluetoothTevService> service, tev::mojom::BluetoothAddressPtr address) {
-        DCHECK(service->onIpcThread());
-        if (!service->mHost.is_bound()) return;
-        service->mHost->DisconnectLEDevice(std::move(address));
-      },
-      android::sp<BluetoothTevService>(this), toMojoAddress(addr)));
+  postAddressCall(addr, &tev::mojom::BluetoothHost::DisconnectLEDevice);
   return BT_STATUS_SUCCESS;
 }
 
