@@ -1,0 +1,90 @@
+#include "counting_stack.h"
+
+#include <cstring>
+#include <vector>
+
+namespace tev {
+namespace bench {
+namespace {
+
+void Delivered(const uint8_t* value, size_t length) {
+  CountingStack::Get().Arrived(length >= sizeof(int64_t) ? StampFrom(value) : 0);
+}
+
+void Replied() {
+  CountingStack& stack = CountingStack::Get();
+  stack.Arrived(stack.requestSentNs.load(std::memory_order_acquire));
+}
+
+}  // namespace
+
+CountingStack& CountingStack::Get() {
+  // Never destroyed: a callback still on its way at exit must find its tables.
+  static CountingStack* stack = new CountingStack();
+  return *stack;
+}
+
+CountingStack::CountingStack() {
+  callbacks_.size = sizeof(callbacks_);
+  callbacks_.adapter_state_changed_cb = [](bt_state_t state) {
+    Get().adapterState = static_cast<int>(state);
+    Get().Changed();
+  };
+
+  client_.register_client_cb = [](int status, int client_if, const bluetooth::Uuid&) {
+    if (status == 0) Get().clientIf = client_if;
+    Get().Changed();
+  };
+  client_.open_cb = [](int conn_id, int status, int, const RawAddress&) {
+    if (status == 0) Get().connId = conn_id;
+    Get().Changed();
+  };
+  client_.search_complete_cb = [](int, int) {
+    ++Get().searchesCompleted;
+    Get().Changed();
+  };
+  client_.notify_cb = [](int, const btgatt_notify_params_t& params) {
+    Delivered(params.value, params.len);
+  };
+  client_.read_characteristic_cb = [](int, int, btgatt_read_params_t*) { Replied(); };
+  client_.write_characteristic_cb = [](int, int, uint16_t, uint16_t, const uint8_t*) {
+    Replied();
+  };
+  client_.register_for_notification_cb = [](int, int, int, uint16_t) { Replied(); };
+  scanner_.scan_result_cb = [](uint16_t, uint8_t, RawAddress*, uint8_t, uint8_t, uint8_t, int8_t,
+                               int8_t, uint16_t, std::vector<uint8_t> adv_data, RawAddress*) {
+    Delivered(adv_data.data(), adv_data.size());
+  };
+
+  gatt_.size = sizeof(gatt_);
+  gatt_.client = &client_;
+  gatt_.server = &server_;
+  gatt_.scanner = &scanner_;
+}
+
+void CountingStack::Arrived(int64_t sent_ns) {
+  LatencySamples* samples = latency.load(std::memory_order_acquire);
+  if (samples && sent_ns != 0) samples->Add(NowNs() - sent_ns);
+  delivered.Tick();
+}
+
+void CountingStack::WaitUntil(const std::function<bool()>& condition) {
+  std::unique_lock<std::mutex> lock(mutex_);
+  changed_cv_.wait(lock, condition);
+}
+
+void CountingStack::Changed() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  changed_cv_.notify_all();
+}
+
+void StampInto(uint8_t* bytes, int64_t ns) { std::memcpy(bytes, &ns, sizeof(ns)); }
+
+int64_t StampFrom(const uint8_t* bytes) {
+  int64_t ns = 0;
+  std::memcpy(&ns, bytes, sizeof(ns));
+  return ns;
+}
+
+}  // namespace bench
+}  // namespace tev
