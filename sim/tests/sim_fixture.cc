@@ -52,12 +52,23 @@ void SimFixture::FlushCallbacks() {
 }
 
 void SimFixture::Settle() {
-  for (int round = 0; round < 3; ++round) {
+  // Each round moves every pending chain on by at least one host round trip; a chain may be
+  // longer than any fixed number of rounds (a service with many attributes), so rounds go on
+  // until one of them changes nothing the host or the stack can see.
+  size_t seen = Progress();
+  for (;;) {
     FlushIpc();
     host_.Flush();
     FlushIpc();
     FlushCallbacks();
+    const size_t now = Progress();
+    if (now == seen) return;
+    seen = now;
   }
+}
+
+size_t SimFixture::Progress() const {
+  return host_.journal().Entries().size() + stack_.Calls().size();
 }
 
 void SimFixture::Advance(int milliseconds) {

@@ -47,6 +47,8 @@ class SimFixture {
  private:
   void FlushIpc();
   void FlushCallbacks();
+  // Grows with every journal entry and every recorded callback.
+  size_t Progress() const;
 
   tev::testing::LogCapture logs_;
   tev::testing::RecordingStack stack_;
