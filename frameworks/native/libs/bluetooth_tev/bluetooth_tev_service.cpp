@@ -64,6 +64,24 @@ void BluetoothTevService::postAddressCall(const RawAddress& addr, AddressMethod 
       android::sp<BluetoothTevService>(this), method, toMojoAddress(addr)));
 }
 
+// A task built before a clean-up may run after it returned: on the callback thread, which only
+// cleanup() drains, or inline on the posting thread once that thread is gone. So the table it
+// captured is checked again, against the atomic pointers the clean-ups clear, as it starts. A
+// call already under way when its table is cleared is not waited for: a stack that holds its
+// own callback lock while it cleans up would deadlock, and nothing here blocks.
+void BluetoothTevService::postToCallback(const void* table, base::OnceCallback<void()> task) {
+  postToCallback(base::BindOnce(
+      [](android::sp<BluetoothTevService> service, const void* table,
+         base::OnceCallback<void()> task) {
+        const bool installed = table && (table == service->callbacks() ||
+                                         table == service->gattClientCallbacks() ||
+                                         table == service->gattServerCallbacks() ||
+                                         table == service->gattScannerCallbacks());
+        if (installed) std::move(task).Run();
+      },
+      android::sp<BluetoothTevService>(this), table, std::move(task)));
+}
+
 // Stack thread.
 int BluetoothTevService::initialize(bt_callbacks_t* callbacks) {
   LOG(INFO) << "BluetoothTev: initialize";

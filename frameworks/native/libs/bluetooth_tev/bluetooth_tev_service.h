@@ -58,6 +58,9 @@ class BluetoothTevService : public TevService, public tev::mojom::BluetoothInsta
   // Task posting (any thread).
   void postToMojo(base::OnceCallback<void()> task);
   void postToCallback(base::OnceCallback<void()> task);
+  // For a task that calls through `table`: it runs only if `table` is still installed when its
+  // turn comes, so a task built before a clean-up never reaches the table after it.
+  void postToCallback(const void* table, base::OnceCallback<void()> task);
   // Posts `method(address record)` to the host; dropped silently while the host is not bound.
   using AddressMethod = void (tev::mojom::BluetoothHost::*)(tev::mojom::BluetoothAddressPtr);
   void postAddressCall(const RawAddress& addr, AddressMethod method);

@@ -78,7 +78,7 @@ struct AdapterBridge {
         state == tev::mojom::BluetoothAdapterState::ON ? BT_STATE_ON : BT_STATE_OFF;
     bt_callbacks_t* table = service->callbacks();
     if (!table || !table->adapter_state_changed_cb) return;
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(table, base::BindOnce(
         [](bt_callbacks_t* table, bt_state_t state) { table->adapter_state_changed_cb(state); },
         table, mapped));
   }

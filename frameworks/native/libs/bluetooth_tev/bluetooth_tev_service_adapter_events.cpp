@@ -1,6 +1,7 @@
 // Adapter and device events from the host, turned into the stack's adapter callbacks. Property
 // values and addresses reach the stack by pointer, so the callback task owns their storage and
 // frees it only once the call has returned.
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -37,6 +38,21 @@ bt_status_t toStatus(tev::mojom::BluetoothStatus status) {
   return static_cast<bt_status_t>(status);
 }
 
+// The host's enumerations are extensible, but a HAL enumeration (no fixed type) holds only the
+// values of its smallest bit-field: 0 to 15 for bt_status_t, 0 to 3 for bt_bond_state_t. A value
+// beyond cannot be passed on unchanged, since even reading it is undefined; the event is ignored.
+constexpr int kLastHalStatus = 15;
+constexpr int kLastHalBondState = 3;
+
+template <typename HostEnum>
+bool fitsHal(HostEnum value, int last, const char* event, const char* what) {
+  const auto number = static_cast<int64_t>(value);
+  if (number >= 0 && number <= last) return true;
+  LOG(WARNING) << "BluetoothTev: " << event << " - " << what << " " << number
+               << " unknown to the HAL, ignored";
+  return false;
+}
+
 }  // namespace
 
 // IPC thread.
@@ -47,8 +63,9 @@ void BluetoothTevService::OnAdapterProperties(
             << " count=" << properties.size();
   bt_callbacks_t* table = callbacks();
   if (!table || !table->adapter_properties_cb) return;
+  if (!fitsHal(status, kLastHalStatus, "OnAdapterProperties", "status")) return;
   Converted converted = convert(properties);
-  postToCallback(base::BindOnce(
+  postToCallback(table, base::BindOnce(
       [](bt_callbacks_t* table, bt_status_t status, PropertyList list, PropertyBytes /*held*/) {
         table->adapter_properties_cb(status, count(list), first(list));
       },
@@ -62,7 +79,7 @@ void BluetoothTevService::OnDeviceFound(std::vector<tev::mojom::BluetoothPropert
   bt_callbacks_t* table = callbacks();
   if (!table || !table->device_found_cb) return;
   Converted converted = convert(properties);
-  postToCallback(base::BindOnce(
+  postToCallback(table, base::BindOnce(
       [](bt_callbacks_t* table, PropertyList list, PropertyBytes /*held*/) {
         table->device_found_cb(count(list), first(list));
       },
@@ -79,7 +96,7 @@ void BluetoothTevService::OnDevicePropertiesChanged(
   if (!table || !table->remote_device_properties_cb) return;
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
   Converted converted = convert(properties);
-  postToCallback(base::BindOnce(
+  postToCallback(table, base::BindOnce(
       [](bt_callbacks_t* table, Address address, PropertyList list, PropertyBytes /*held*/) {
         table->remote_device_properties_cb(BT_STATUS_SUCCESS, address.get(), count(list),
                                            first(list));
@@ -96,7 +113,7 @@ void BluetoothTevService::OnDiscoveryStateChanged(tev::mojom::BluetoothDiscovery
   const bt_discovery_state_t mapped = state == tev::mojom::BluetoothDiscoveryState::STARTED
                                           ? BT_DISCOVERY_STARTED
                                           : BT_DISCOVERY_STOPPED;
-  postToCallback(base::BindOnce(
+  postToCallback(table, base::BindOnce(
       [](bt_callbacks_t* table, bt_discovery_state_t state) {
         table->discovery_state_changed_cb(state);
       },
@@ -112,8 +129,12 @@ void BluetoothTevService::OnBondStateChanged(tev::mojom::BluetoothStatus status,
             << " state=" << static_cast<int>(state);
   bt_callbacks_t* table = callbacks();
   if (!table || !table->bond_state_changed_cb) return;
+  if (!fitsHal(status, kLastHalStatus, "OnBondStateChanged", "status") ||
+      !fitsHal(state, kLastHalBondState, "OnBondStateChanged", "state")) {
+    return;
+  }
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
-  postToCallback(base::BindOnce(
+  postToCallback(table, base::BindOnce(
       [](bt_callbacks_t* table, bt_status_t status, Address address, bt_bond_state_t state) {
         table->bond_state_changed_cb(status, address.get(), state, 0);
       },
@@ -131,7 +152,7 @@ void BluetoothTevService::OnConnectionStateChanged(tev::mojom::BluetoothAddressP
   if (!table || !table->acl_state_changed_cb) return;
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
   const bt_acl_state_t mapped = connected ? BT_ACL_STATE_CONNECTED : BT_ACL_STATE_DISCONNECTED;
-  postToCallback(base::BindOnce(
+  postToCallback(table, base::BindOnce(
       [](bt_callbacks_t* table, Address address, bt_acl_state_t state) {
         table->acl_state_changed_cb(BT_STATUS_SUCCESS, address.get(), state, 0, 0);
       },

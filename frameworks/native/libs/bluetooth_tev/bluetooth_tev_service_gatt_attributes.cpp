@@ -180,7 +180,7 @@ struct GattAttributeBridge {
       params->value.len = static_cast<uint16_t>(length);
       params->status = static_cast<uint8_t>(reply->status);
     }
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(callbacks, base::BindOnce(
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, bool descriptor,
            std::shared_ptr<btgatt_read_params_t> params) {
           if (descriptor) {
@@ -200,7 +200,7 @@ struct GattAttributeBridge {
                                    : callbacks->write_characteristic_cb != nullptr)) {
       return;
     }
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(callbacks, base::BindOnce(
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, uint16_t handle,
            bool descriptor, int status) {
           auto written =
@@ -215,7 +215,7 @@ struct GattAttributeBridge {
                          tev::mojom::BluetoothGattStatus status) {
     const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
     if (!callbacks || !callbacks->execute_write_cb) return;
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(callbacks, base::BindOnce(
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, int status) {
           callbacks->execute_write_cb(conn_id, status);
         },
@@ -228,7 +228,7 @@ struct GattAttributeBridge {
     const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
     if (!callbacks || !callbacks->register_for_notification_cb) return;
     const bool registered = enable && status == tev::mojom::BluetoothGattStatus::SUCCESS;
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(callbacks, base::BindOnce(
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, int registered, int status,
            uint16_t handle) {
           callbacks->register_for_notification_cb(conn_id, registered, status, handle);

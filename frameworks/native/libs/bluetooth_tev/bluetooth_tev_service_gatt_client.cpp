@@ -17,7 +17,7 @@ void notifyConnection(BluetoothTevService* service, int connId, int clientIf,
                       const RawAddress& addr, bool connected) {
   const btgatt_client_callbacks_t* client = service->gattClientCallbacks();
   if (client && (connected ? client->open_cb : client->close_cb)) {
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(client, base::BindOnce(
         [](const btgatt_client_callbacks_t* client, bool connected, int connId, int clientIf,
            RawAddress addr) {
           (connected ? client->open_cb : client->close_cb)(connId, 0, clientIf, addr);
@@ -26,7 +26,7 @@ void notifyConnection(BluetoothTevService* service, int connId, int clientIf,
   }
   const btgatt_server_callbacks_t* server = service->gattServerCallbacks();
   if (server && server->connection_cb) {
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(server, base::BindOnce(
         [](const btgatt_server_callbacks_t* server, int connId, int connected, RawAddress addr) {
           server->connection_cb(connId, kConnectionServerIf, connected, addr);
         },
@@ -78,11 +78,12 @@ int BluetoothTevService::gattRegisterClient(const bluetooth::Uuid& app_uuid) {
   }
   LOG(INFO) << "BluetoothTev: gattRegisterClient if=" << clientIf;
   // Posted even without a table: the slot is tested when the task runs.
-  postToCallback(base::BindOnce(
+  const btgatt_client_callbacks_t* client = gattClientCallbacks();
+  postToCallback(client, base::BindOnce(
       [](const btgatt_client_callbacks_t* client, int clientIf, bluetooth::Uuid uuid) {
         if (client && client->register_client_cb) client->register_client_cb(0, clientIf, uuid);
       },
-      gattClientCallbacks(), clientIf, app_uuid));
+      client, clientIf, app_uuid));
   return BT_STATUS_SUCCESS;
 }
 

@@ -58,11 +58,16 @@ std::vector<GattDbEntry> buildEntries(
   return entries;
 }
 
+// The stack's element type (an enumeration without a fixed type) holds 0 to 7 only; reading
+// anything beyond is undefined, so such an element stays in the cache but is not shown.
+constexpr int32_t kLastHalAttributeType = 7;
+
 std::shared_ptr<std::vector<btgatt_db_element_t>> toHalElements(
     const std::vector<GattDbEntry>& entries) {
   auto elements = std::make_shared<std::vector<btgatt_db_element_t>>();
   elements->reserve(entries.size());
   for (const GattDbEntry& entry : entries) {
+    if (entry.type < 0 || entry.type > kLastHalAttributeType) continue;
     btgatt_db_element_t element{};
     element.id = entry.handle;
     element.uuid = entry.uuid;
@@ -122,7 +127,8 @@ void BluetoothTevService::OnSearchComplete(tev::mojom::BluetoothAddressPtr addr,
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->search_complete_cb) {
-    postToCallback(base::BindOnce([](const btgatt_client_callbacks_t* client, int connId,
+    postToCallback(client,
+                   base::BindOnce([](const btgatt_client_callbacks_t* client, int connId,
                                      int status) { client->search_complete_cb(connId, status); },
                                   client, connId, static_cast<int>(status)));
   }
@@ -151,7 +157,7 @@ void BluetoothTevService::OnGetGattDB(tev::mojom::BluetoothAddressPtr addr,
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->get_gatt_db_cb) {
-    postToCallback(base::BindOnce(
+    postToCallback(client, base::BindOnce(
         [](const btgatt_client_callbacks_t* client, int connId,
            std::shared_ptr<std::vector<btgatt_db_element_t>> elements) {
           client->get_gatt_db_cb(connId, elements->data(), static_cast<int>(elements->size()));

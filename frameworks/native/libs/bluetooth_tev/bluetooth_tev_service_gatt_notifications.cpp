@@ -1,7 +1,6 @@
 // GATT client notifications, remote RSSI, MTU and service change, and the client calls the
 // host cannot carry, answered here with fixed results.
 #include <algorithm>
-#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -22,7 +21,7 @@ void onRssiRead(const android::sp<BluetoothTevService>& service, const RawAddres
                 int client_if, int32_t rssi) {
   const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
   if (!callbacks || !callbacks->read_remote_rssi_cb) return;
-  service->postToCallback(base::BindOnce(
+  service->postToCallback(callbacks, base::BindOnce(
       [](const btgatt_client_callbacks_t* callbacks, int client_if, const RawAddress& addr,
          int rssi) {
         callbacks->read_remote_rssi_cb(client_if, addr, rssi, 0);
@@ -52,7 +51,7 @@ int BluetoothTevService::gattConfigureMtu(int conn_id, int mtu) {
   LOG(INFO) << "BluetoothTev: gattConfigureMtu conn_id=" << conn_id << " mtu=" << mtu;
   const btgatt_client_callbacks_t* callbacks = gattClientCallbacks();
   if (callbacks && callbacks->configure_mtu_cb) {
-    postToCallback(base::BindOnce(
+    postToCallback(callbacks, base::BindOnce(
         [](const btgatt_client_callbacks_t* callbacks, int conn_id) {
           callbacks->configure_mtu_cb(conn_id, 0, kFixedMtu);
         },
@@ -79,19 +78,18 @@ void BluetoothTevService::OnGattNotify(tev::mojom::BluetoothAddressPtr addr,
     if (connection == mAddressToConnId.end()) return;
     connId = connection->second;
   }
-  auto params = std::make_shared<btgatt_notify_params_t>();
-  params->bda = address;
-  params->handle = char_id->handle;
-  params->is_notify = is_notify ? 1 : 0;
-  const size_t length = std::min(value.size(), sizeof(params->value));
-  std::copy_n(value.begin(), length, params->value);
-  params->len = static_cast<uint16_t>(length);
-  postToCallback(base::BindOnce(
+  btgatt_notify_params_t params{};
+  params.bda = address;
+  params.handle = char_id->handle;
+  params.is_notify = is_notify ? 1 : 0;
+  const size_t length = std::min(value.size(), sizeof(params.value));
+  std::copy_n(value.begin(), length, params.value);
+  params.len = static_cast<uint16_t>(length);
+  // The task holds its own copy of the record: one heap block per notification.
+  postToCallback(callbacks, base::BindOnce(
       [](const btgatt_client_callbacks_t* callbacks, int conn_id,
-         std::shared_ptr<btgatt_notify_params_t> params) {
-        callbacks->notify_cb(conn_id, *params);
-      },
-      callbacks, connId, std::move(params)));
+         const btgatt_notify_params_t& params) { callbacks->notify_cb(conn_id, params); },
+      callbacks, connId, params));
 }
 
 // IPC thread. The cache goes even when the device is not connected, so the next discovery asks
@@ -111,7 +109,7 @@ void BluetoothTevService::OnServiceChanged(tev::mojom::BluetoothAddressPtr addr)
   const btgatt_client_callbacks_t* callbacks = gattClientCallbacks();
   if (!callbacks || !callbacks->services_removed_cb) return;
   // The whole handle range, so that the stack discovers everything again.
-  postToCallback(base::BindOnce(
+  postToCallback(callbacks, base::BindOnce(
       [](const btgatt_client_callbacks_t* callbacks, int conn_id) {
         callbacks->services_removed_cb(conn_id, 0x0001, 0xFFFF);
       },
@@ -132,7 +130,7 @@ void BluetoothTevService::OnMTUReceived(tev::mojom::BluetoothAddressPtr addr, ui
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->configure_mtu_cb) {
-    postToCallback(base::BindOnce(
+    postToCallback(client, base::BindOnce(
         [](const btgatt_client_callbacks_t* client, int conn_id, int mtu) {
           client->configure_mtu_cb(conn_id, 0, mtu);
         },
@@ -140,7 +138,7 @@ void BluetoothTevService::OnMTUReceived(tev::mojom::BluetoothAddressPtr addr, ui
   }
   const btgatt_server_callbacks_t* server = gattServerCallbacks();
   if (server && server->mtu_changed_cb) {
-    postToCallback(base::BindOnce(
+    postToCallback(server, base::BindOnce(
         [](const btgatt_server_callbacks_t* server, int conn_id, int mtu) {
           server->mtu_changed_cb(conn_id, mtu);
         },

@@ -112,7 +112,7 @@ struct GattServerBridge {
     DCHECK(service->onIpcThread());
     const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
     if (!callbacks || !callbacks->service_added_cb) return;
-    service->postToCallback(base::BindOnce(
+    service->postToCallback(callbacks, base::BindOnce(
         [](const btgatt_server_callbacks_t* callbacks, int status, int serverIf,
            std::vector<btgatt_db_element_t> list) {
           callbacks->service_added_cb(status, serverIf, list.data(), list.size());
@@ -137,7 +137,8 @@ struct GattServerBridge {
     const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
     if (!callbacks || !(callbacks->*slot)) return;
     const int result = status == tev::mojom::BluetoothGattStatus::SUCCESS ? 0 : 1;
-    service->postToCallback(base::BindOnce(callbacks->*slot, result, serverIf, serviceHandle));
+    service->postToCallback(callbacks,
+                            base::BindOnce(callbacks->*slot, result, serverIf, serviceHandle));
   }
 };
 

@@ -48,7 +48,7 @@ void BluetoothTevService::OnLEDeviceFound(tev::mojom::BluetoothAddressPtr addr, 
   auto data = std::make_shared<std::vector<uint8_t>>(eir);
   // Two's-complement truncation: the stack's rssi is 8 bits.
   const auto narrowedRssi = static_cast<int8_t>(rssi);
-  postToCallback(base::BindOnce(
+  postToCallback(scanner, base::BindOnce(
       [](const btgatt_scanner_callbacks_t* scanner, std::shared_ptr<RawAddress> address,
          int8_t rssi, std::shared_ptr<std::vector<uint8_t>> data) {
         scanner->scan_result_cb(kEventTypeLegacyConnectableScannable, kAddressTypePublic,
