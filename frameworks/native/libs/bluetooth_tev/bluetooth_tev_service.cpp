@@ -69,17 +69,9 @@ void BluetoothTevService::postAddressCall(const RawAddress& addr, AddressMethod 
 // captured is checked again, against the atomic pointers the clean-ups clear, as it starts. A
 // call already under way when its table is cleared is not waited for: a stack that holds its
 // own callback lock while it cleans up would deadlock, and nothing here blocks.
-void BluetoothTevService::postToCallback(const void* table, base::OnceCallback<void()> task) {
-  postToCallback(base::BindOnce(
-      [](android::sp<BluetoothTevService> service, const void* table,
-         base::OnceCallback<void()> task) {
-        const bool installed = table && (table == service->callbacks() ||
-                                         table == service->gattClientCallbacks() ||
-                                         table == service->gattServerCallbacks() ||
-                                         table == service->gattScannerCallbacks());
-        if (installed) std::move(task).Run();
-      },
-      android::sp<BluetoothTevService>(this), table, std::move(task)));
+bool BluetoothTevService::isInstalled(const void* table) const {
+  return table && (table == callbacks() || table == gattClientCallbacks() ||
+                   table == gattServerCallbacks() || table == gattScannerCallbacks());
 }
 
 // Stack thread.

@@ -6,11 +6,15 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
+#include "base/bind.h"
 #include "base/callback.h"
 #include "base/single_thread_task_runner.h"
 #include "base/threading/thread.h"
@@ -58,9 +62,16 @@ class BluetoothTevService : public TevService, public tev::mojom::BluetoothInsta
   // Task posting (any thread).
   void postToMojo(base::OnceCallback<void()> task);
   void postToCallback(base::OnceCallback<void()> task);
-  // For a task that calls through `table`: it runs only if `table` is still installed when its
-  // turn comes, so a task built before a clean-up never reaches the table after it.
-  void postToCallback(const void* table, base::OnceCallback<void()> task);
+  // Posts `functor(bound...)`, a call through `table`, to run only if `table` is still
+  // installed when its turn comes, so a call built before a clean-up never reaches the table
+  // after it. The check rides in the call's own bound state: no allocation of its own.
+  template <typename Functor, typename... Bound>
+  void postCallback(const void* table, Functor&& functor, Bound&&... bound) {
+    postToCallback(base::BindOnce(
+        &BluetoothTevService::runIfInstalled<std::decay_t<Functor>, std::decay_t<Bound>...>,
+        android::sp<BluetoothTevService>(this), table, std::forward<Functor>(functor),
+        std::forward<Bound>(bound)...));
+  }
   // Posts `method(address record)` to the host; dropped silently while the host is not bound.
   using AddressMethod = void (tev::mojom::BluetoothHost::*)(tev::mojom::BluetoothAddressPtr);
   void postAddressCall(const RawAddress& addr, AddressMethod method);
@@ -223,6 +234,15 @@ class BluetoothTevService : public TevService, public tev::mojom::BluetoothInsta
   friend struct GattServerBridge;
 
   BluetoothTevService();
+
+  // Callback thread, or inline where no callback thread runs.
+  template <typename Functor, typename... Bound>
+  static void runIfInstalled(android::sp<BluetoothTevService> service, const void* table,
+                             Functor functor, Bound... bound) {
+    if (service->isInstalled(table)) std::invoke(std::move(functor), std::move(bound)...);
+  }
+  // Any thread.
+  bool isInstalled(const void* table) const;
 
   // IPC thread.
   void onBindingLost();

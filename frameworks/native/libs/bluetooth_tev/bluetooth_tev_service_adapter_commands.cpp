@@ -78,9 +78,10 @@ struct AdapterBridge {
         state == tev::mojom::BluetoothAdapterState::ON ? BT_STATE_ON : BT_STATE_OFF;
     bt_callbacks_t* table = service->callbacks();
     if (!table || !table->adapter_state_changed_cb) return;
-    service->postToCallback(table, base::BindOnce(
+    service->postCallback(
+        table,
         [](bt_callbacks_t* table, bt_state_t state) { table->adapter_state_changed_cb(state); },
-        table, mapped));
+        table, mapped);
   }
 
   // Any thread.

@@ -65,11 +65,12 @@ void BluetoothTevService::OnAdapterProperties(
   if (!table || !table->adapter_properties_cb) return;
   if (!fitsHal(status, kLastHalStatus, "OnAdapterProperties", "status")) return;
   Converted converted = convert(properties);
-  postToCallback(table, base::BindOnce(
+  postCallback(
+      table,
       [](bt_callbacks_t* table, bt_status_t status, PropertyList list, PropertyBytes /*held*/) {
         table->adapter_properties_cb(status, count(list), first(list));
       },
-      table, toStatus(status), std::move(converted.list), std::move(converted.bytes)));
+      table, toStatus(status), std::move(converted.list), std::move(converted.bytes));
 }
 
 // IPC thread.
@@ -79,11 +80,12 @@ void BluetoothTevService::OnDeviceFound(std::vector<tev::mojom::BluetoothPropert
   bt_callbacks_t* table = callbacks();
   if (!table || !table->device_found_cb) return;
   Converted converted = convert(properties);
-  postToCallback(table, base::BindOnce(
+  postCallback(
+      table,
       [](bt_callbacks_t* table, PropertyList list, PropertyBytes /*held*/) {
         table->device_found_cb(count(list), first(list));
       },
-      table, std::move(converted.list), std::move(converted.bytes)));
+      table, std::move(converted.list), std::move(converted.bytes));
 }
 
 // IPC thread.
@@ -96,12 +98,13 @@ void BluetoothTevService::OnDevicePropertiesChanged(
   if (!table || !table->remote_device_properties_cb) return;
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
   Converted converted = convert(properties);
-  postToCallback(table, base::BindOnce(
+  postCallback(
+      table,
       [](bt_callbacks_t* table, Address address, PropertyList list, PropertyBytes /*held*/) {
         table->remote_device_properties_cb(BT_STATUS_SUCCESS, address.get(), count(list),
                                            first(list));
       },
-      table, std::move(address), std::move(converted.list), std::move(converted.bytes)));
+      table, std::move(address), std::move(converted.list), std::move(converted.bytes));
 }
 
 // IPC thread. Only 1 means started.
@@ -113,11 +116,12 @@ void BluetoothTevService::OnDiscoveryStateChanged(tev::mojom::BluetoothDiscovery
   const bt_discovery_state_t mapped = state == tev::mojom::BluetoothDiscoveryState::STARTED
                                           ? BT_DISCOVERY_STARTED
                                           : BT_DISCOVERY_STOPPED;
-  postToCallback(table, base::BindOnce(
+  postCallback(
+      table,
       [](bt_callbacks_t* table, bt_discovery_state_t state) {
         table->discovery_state_changed_cb(state);
       },
-      table, mapped));
+      table, mapped);
 }
 
 // IPC thread. The bond states share their numbering; the host gives no fail reason.
@@ -134,11 +138,12 @@ void BluetoothTevService::OnBondStateChanged(tev::mojom::BluetoothStatus status,
     return;
   }
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
-  postToCallback(table, base::BindOnce(
+  postCallback(
+      table,
       [](bt_callbacks_t* table, bt_status_t status, Address address, bt_bond_state_t state) {
         table->bond_state_changed_cb(status, address.get(), state, 0);
       },
-      table, toStatus(status), std::move(address), static_cast<bt_bond_state_t>(state)));
+      table, toStatus(status), std::move(address), static_cast<bt_bond_state_t>(state));
 }
 
 // IPC thread. The HAL numbers connected 0 and disconnected 1; link type and HCI reason are
@@ -152,11 +157,12 @@ void BluetoothTevService::OnConnectionStateChanged(tev::mojom::BluetoothAddressP
   if (!table || !table->acl_state_changed_cb) return;
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
   const bt_acl_state_t mapped = connected ? BT_ACL_STATE_CONNECTED : BT_ACL_STATE_DISCONNECTED;
-  postToCallback(table, base::BindOnce(
+  postCallback(
+      table,
       [](bt_callbacks_t* table, Address address, bt_acl_state_t state) {
         table->acl_state_changed_cb(BT_STATUS_SUCCESS, address.get(), state, 0, 0);
       },
-      table, std::move(address), mapped));
+      table, std::move(address), mapped);
 }
 
 // IPC thread. Service records are not reported to the stack.

@@ -180,7 +180,8 @@ struct GattAttributeBridge {
       params->value.len = static_cast<uint16_t>(length);
       params->status = static_cast<uint8_t>(reply->status);
     }
-    service->postToCallback(callbacks, base::BindOnce(
+    service->postCallback(
+        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, bool descriptor,
            std::shared_ptr<btgatt_read_params_t> params) {
           if (descriptor) {
@@ -189,7 +190,7 @@ struct GattAttributeBridge {
             callbacks->read_characteristic_cb(conn_id, params->status, params.get());
           }
         },
-        callbacks, conn_id, descriptor, std::move(params)));
+        callbacks, conn_id, descriptor, std::move(params));
   }
 
   // IPC thread. The written bytes are not echoed back.
@@ -200,14 +201,15 @@ struct GattAttributeBridge {
                                    : callbacks->write_characteristic_cb != nullptr)) {
       return;
     }
-    service->postToCallback(callbacks, base::BindOnce(
+    service->postCallback(
+        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, uint16_t handle,
            bool descriptor, int status) {
           auto written =
               descriptor ? callbacks->write_descriptor_cb : callbacks->write_characteristic_cb;
           written(conn_id, status, handle, 0, nullptr);
         },
-        callbacks, conn_id, handle, descriptor, static_cast<int>(status)));
+        callbacks, conn_id, handle, descriptor, static_cast<int>(status));
   }
 
   // IPC thread.
@@ -215,11 +217,12 @@ struct GattAttributeBridge {
                          tev::mojom::BluetoothGattStatus status) {
     const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
     if (!callbacks || !callbacks->execute_write_cb) return;
-    service->postToCallback(callbacks, base::BindOnce(
+    service->postCallback(
+        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, int status) {
           callbacks->execute_write_cb(conn_id, status);
         },
-        callbacks, conn_id, static_cast<int>(status)));
+        callbacks, conn_id, static_cast<int>(status));
   }
 
   // IPC thread. A deregistration reports "not registered" whatever the host answered.
@@ -228,12 +231,13 @@ struct GattAttributeBridge {
     const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
     if (!callbacks || !callbacks->register_for_notification_cb) return;
     const bool registered = enable && status == tev::mojom::BluetoothGattStatus::SUCCESS;
-    service->postToCallback(callbacks, base::BindOnce(
+    service->postCallback(
+        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, int registered, int status,
            uint16_t handle) {
           callbacks->register_for_notification_cb(conn_id, registered, status, handle);
         },
-        callbacks, conn_id, registered ? 1 : 0, static_cast<int>(status), handle));
+        callbacks, conn_id, registered ? 1 : 0, static_cast<int>(status), handle);
   }
 
   // Stack thread.

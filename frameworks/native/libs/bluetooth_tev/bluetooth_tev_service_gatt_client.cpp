@@ -17,20 +17,22 @@ void notifyConnection(BluetoothTevService* service, int connId, int clientIf,
                       const RawAddress& addr, bool connected) {
   const btgatt_client_callbacks_t* client = service->gattClientCallbacks();
   if (client && (connected ? client->open_cb : client->close_cb)) {
-    service->postToCallback(client, base::BindOnce(
+    service->postCallback(
+        client,
         [](const btgatt_client_callbacks_t* client, bool connected, int connId, int clientIf,
            RawAddress addr) {
           (connected ? client->open_cb : client->close_cb)(connId, 0, clientIf, addr);
         },
-        client, connected, connId, clientIf, addr));
+        client, connected, connId, clientIf, addr);
   }
   const btgatt_server_callbacks_t* server = service->gattServerCallbacks();
   if (server && server->connection_cb) {
-    service->postToCallback(server, base::BindOnce(
+    service->postCallback(
+        server,
         [](const btgatt_server_callbacks_t* server, int connId, int connected, RawAddress addr) {
           server->connection_cb(connId, kConnectionServerIf, connected, addr);
         },
-        server, connId, connected ? 1 : 0, addr));
+        server, connId, connected ? 1 : 0, addr);
   }
 }
 
@@ -79,11 +81,12 @@ int BluetoothTevService::gattRegisterClient(const bluetooth::Uuid& app_uuid) {
   LOG(INFO) << "BluetoothTev: gattRegisterClient if=" << clientIf;
   // Posted even without a table: the slot is tested when the task runs.
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
-  postToCallback(client, base::BindOnce(
+  postCallback(
+      client,
       [](const btgatt_client_callbacks_t* client, int clientIf, bluetooth::Uuid uuid) {
         if (client && client->register_client_cb) client->register_client_cb(0, clientIf, uuid);
       },
-      client, clientIf, app_uuid));
+      client, clientIf, app_uuid);
   return BT_STATUS_SUCCESS;
 }
 

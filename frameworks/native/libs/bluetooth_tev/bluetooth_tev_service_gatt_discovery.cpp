@@ -127,10 +127,12 @@ void BluetoothTevService::OnSearchComplete(tev::mojom::BluetoothAddressPtr addr,
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->search_complete_cb) {
-    postToCallback(client,
-                   base::BindOnce([](const btgatt_client_callbacks_t* client, int connId,
-                                     int status) { client->search_complete_cb(connId, status); },
-                                  client, connId, static_cast<int>(status)));
+    postCallback(
+        client,
+        [](const btgatt_client_callbacks_t* client, int connId, int status) {
+          client->search_complete_cb(connId, status);
+        },
+        client, connId, static_cast<int>(status));
   }
   postAddressCall(address, &tev::mojom::BluetoothHost::GetGattDB);
 }
@@ -157,12 +159,13 @@ void BluetoothTevService::OnGetGattDB(tev::mojom::BluetoothAddressPtr addr,
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->get_gatt_db_cb) {
-    postToCallback(client, base::BindOnce(
+    postCallback(
+        client,
         [](const btgatt_client_callbacks_t* client, int connId,
            std::shared_ptr<std::vector<btgatt_db_element_t>> elements) {
           client->get_gatt_db_cb(connId, elements->data(), static_cast<int>(elements->size()));
         },
-        client, connId, std::move(elements)));
+        client, connId, std::move(elements));
   }
 }
 

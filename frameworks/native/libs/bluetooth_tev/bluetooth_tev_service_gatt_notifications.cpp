@@ -21,12 +21,11 @@ void onRssiRead(const android::sp<BluetoothTevService>& service, const RawAddres
                 int client_if, int32_t rssi) {
   const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
   if (!callbacks || !callbacks->read_remote_rssi_cb) return;
-  service->postToCallback(callbacks, base::BindOnce(
+  service->postCallback(
+      callbacks,
       [](const btgatt_client_callbacks_t* callbacks, int client_if, const RawAddress& addr,
-         int rssi) {
-        callbacks->read_remote_rssi_cb(client_if, addr, rssi, 0);
-      },
-      callbacks, client_if, addr, static_cast<int>(rssi)));
+         int rssi) { callbacks->read_remote_rssi_cb(client_if, addr, rssi, 0); },
+      callbacks, client_if, addr, static_cast<int>(rssi));
 }
 
 }  // namespace
@@ -51,11 +50,12 @@ int BluetoothTevService::gattConfigureMtu(int conn_id, int mtu) {
   LOG(INFO) << "BluetoothTev: gattConfigureMtu conn_id=" << conn_id << " mtu=" << mtu;
   const btgatt_client_callbacks_t* callbacks = gattClientCallbacks();
   if (callbacks && callbacks->configure_mtu_cb) {
-    postToCallback(callbacks, base::BindOnce(
+    postCallback(
+        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id) {
           callbacks->configure_mtu_cb(conn_id, 0, kFixedMtu);
         },
-        callbacks, conn_id));
+        callbacks, conn_id);
   }
   return BT_STATUS_SUCCESS;
 }
@@ -86,10 +86,11 @@ void BluetoothTevService::OnGattNotify(tev::mojom::BluetoothAddressPtr addr,
   std::copy_n(value.begin(), length, params.value);
   params.len = static_cast<uint16_t>(length);
   // The task holds its own copy of the record: one heap block per notification.
-  postToCallback(callbacks, base::BindOnce(
+  postCallback(
+      callbacks,
       [](const btgatt_client_callbacks_t* callbacks, int conn_id,
          const btgatt_notify_params_t& params) { callbacks->notify_cb(conn_id, params); },
-      callbacks, connId, params));
+      callbacks, connId, params);
 }
 
 // IPC thread. The cache goes even when the device is not connected, so the next discovery asks
@@ -109,11 +110,12 @@ void BluetoothTevService::OnServiceChanged(tev::mojom::BluetoothAddressPtr addr)
   const btgatt_client_callbacks_t* callbacks = gattClientCallbacks();
   if (!callbacks || !callbacks->services_removed_cb) return;
   // The whole handle range, so that the stack discovers everything again.
-  postToCallback(callbacks, base::BindOnce(
+  postCallback(
+      callbacks,
       [](const btgatt_client_callbacks_t* callbacks, int conn_id) {
         callbacks->services_removed_cb(conn_id, 0x0001, 0xFFFF);
       },
-      callbacks, connId));
+      callbacks, connId);
 }
 
 // IPC thread. Both sides of the connection are told, the client first.
@@ -130,19 +132,21 @@ void BluetoothTevService::OnMTUReceived(tev::mojom::BluetoothAddressPtr addr, ui
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->configure_mtu_cb) {
-    postToCallback(client, base::BindOnce(
+    postCallback(
+        client,
         [](const btgatt_client_callbacks_t* client, int conn_id, int mtu) {
           client->configure_mtu_cb(conn_id, 0, mtu);
         },
-        client, connId, static_cast<int>(mtu)));
+        client, connId, static_cast<int>(mtu));
   }
   const btgatt_server_callbacks_t* server = gattServerCallbacks();
   if (server && server->mtu_changed_cb) {
-    postToCallback(server, base::BindOnce(
+    postCallback(
+        server,
         [](const btgatt_server_callbacks_t* server, int conn_id, int mtu) {
           server->mtu_changed_cb(conn_id, mtu);
         },
-        server, connId, static_cast<int>(mtu)));
+        server, connId, static_cast<int>(mtu));
   }
 }
 

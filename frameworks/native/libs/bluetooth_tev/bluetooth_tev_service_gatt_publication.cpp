@@ -112,12 +112,13 @@ struct GattServerBridge {
     DCHECK(service->onIpcThread());
     const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
     if (!callbacks || !callbacks->service_added_cb) return;
-    service->postToCallback(callbacks, base::BindOnce(
+    service->postCallback(
+        callbacks,
         [](const btgatt_server_callbacks_t* callbacks, int status, int serverIf,
            std::vector<btgatt_db_element_t> list) {
           callbacks->service_added_cb(status, serverIf, list.data(), list.size());
         },
-        callbacks, status, serverIf, *elements));
+        callbacks, status, serverIf, *elements);
   }
 
   // IPC thread.
@@ -137,8 +138,7 @@ struct GattServerBridge {
     const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
     if (!callbacks || !(callbacks->*slot)) return;
     const int result = status == tev::mojom::BluetoothGattStatus::SUCCESS ? 0 : 1;
-    service->postToCallback(callbacks,
-                            base::BindOnce(callbacks->*slot, result, serverIf, serviceHandle));
+    service->postCallback(callbacks, callbacks->*slot, result, serverIf, serviceHandle);
   }
 };
 

@@ -79,8 +79,8 @@ void BluetoothTevService::RequestGattRead(tev::mojom::BluetoothAddressPtr addr,
                             ? &btgatt_server_callbacks_t::request_read_characteristic_cb
                             : &btgatt_server_callbacks_t::request_read_descriptor_cb;
   if (!(callbacks->*slot)) return;
-  postToCallback(callbacks, base::BindOnce(callbacks->*slot, *connId, transId, address,
-                                           attribute_handle, offset, is_long));
+  postCallback(callbacks, callbacks->*slot, *connId, transId, address, attribute_handle, offset,
+               is_long);
 }
 
 // IPC thread.
@@ -105,13 +105,14 @@ void BluetoothTevService::RequestGattWrite(tev::mojom::BluetoothAddressPtr addr,
                              : &btgatt_server_callbacks_t::request_write_descriptor_cb;
   if (!(callbacks->*slot)) return;
   // Every write waits for send_response, prepared or not: need_rsp is always true.
-  postToCallback(callbacks, base::BindOnce(
+  postCallback(
+      callbacks,
       [](request_write_callback request, int connId, int transId, RawAddress address, int handle,
          int offset, bool isPrepare, std::vector<uint8_t> value) {
         request(connId, transId, address, handle, offset, true, isPrepare, value.data(),
                 value.size());
       },
-      callbacks->*slot, *connId, transId, address, attribute_handle, offset, is_prepare, value));
+      callbacks->*slot, *connId, transId, address, attribute_handle, offset, is_prepare, value);
 }
 
 // IPC thread.
@@ -128,8 +129,8 @@ void BluetoothTevService::RequestGattExecuteWrite(tev::mojom::BluetoothAddressPt
   const int transId = parkReply(mGattMutex, mNextTransId, mPendingExecuteWrites, callback);
   const btgatt_server_callbacks_t* callbacks = gattServerCallbacks();
   if (!callbacks || !callbacks->request_exec_write_cb) return;
-  postToCallback(callbacks, base::BindOnce(callbacks->request_exec_write_cb, *connId, transId,
-                                           address, static_cast<int>(execute)));
+  postCallback(callbacks, callbacks->request_exec_write_cb, *connId, transId, address,
+               static_cast<int>(execute));
 }
 
 // Stack thread. The host's reply runs here, on the caller's thread, once the parked entry has
@@ -191,9 +192,8 @@ int BluetoothTevService::gattSendIndication(int /*server_if*/, int attribute_han
                   DCHECK(service->onIpcThread());
                   const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
                   if (!callbacks || !callbacks->indication_sent_cb) return;
-                  service->postToCallback(
-                      callbacks, base::BindOnce(callbacks->indication_sent_cb, connId,
-                                                static_cast<int>(status)));
+                  service->postCallback(callbacks, callbacks->indication_sent_cb, connId,
+                                        static_cast<int>(status));
                 },
                 service, connId));
       },

@@ -17,13 +17,14 @@ int BluetoothTevService::gattRegisterServer(const bluetooth::Uuid& app_uuid) {
   LOG(INFO) << "BluetoothTev: gattRegisterServer if=" << serverIf;
   // Always posted: the slot is tested when the task runs.
   const btgatt_server_callbacks_t* server = gattServerCallbacks();
-  postToCallback(server, base::BindOnce(
+  postCallback(
+      server,
       [](const btgatt_server_callbacks_t* callbacks, int serverIf, bluetooth::Uuid uuid) {
         if (callbacks && callbacks->register_server_cb) {
           callbacks->register_server_cb(BT_STATUS_SUCCESS, serverIf, uuid);
         }
       },
-      server, serverIf, app_uuid));
+      server, serverIf, app_uuid);
   return BT_STATUS_SUCCESS;
 }
 

@@ -48,7 +48,8 @@ void BluetoothTevService::OnLEDeviceFound(tev::mojom::BluetoothAddressPtr addr, 
   auto data = std::make_shared<std::vector<uint8_t>>(eir);
   // Two's-complement truncation: the stack's rssi is 8 bits.
   const auto narrowedRssi = static_cast<int8_t>(rssi);
-  postToCallback(scanner, base::BindOnce(
+  postCallback(
+      scanner,
       [](const btgatt_scanner_callbacks_t* scanner, std::shared_ptr<RawAddress> address,
          int8_t rssi, std::shared_ptr<std::vector<uint8_t>> data) {
         scanner->scan_result_cb(kEventTypeLegacyConnectableScannable, kAddressTypePublic,
@@ -56,7 +57,7 @@ void BluetoothTevService::OnLEDeviceFound(tev::mojom::BluetoothAddressPtr addr, 
                                 kAdvertisingSidNone, kTxPowerNotPresent, rssi, kNoPeriodicInterval,
                                 *data, address.get());
       },
-      scanner, std::move(address), narrowedRssi, std::move(data)));
+      scanner, std::move(address), narrowedRssi, std::move(data));
 }
 
 }  // namespace tev
