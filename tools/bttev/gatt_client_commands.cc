@@ -105,16 +105,25 @@ bool getGattDb(Session& session, CommandArgs& args, std::string* error) {
                        [&] { return gatt->client->get_gatt_db(static_cast<int>(connId)); });
 }
 
-bool readCharacteristic(Session& session, CommandArgs& args, std::string* error) {
+// Characteristics and descriptors are read alike: conn_id, handle, no authentication.
+using ReadSlot = bt_status_t (*btgatt_client_interface_t::*)(int, uint16_t, int);
+
+bool readAttribute(Session& session, CommandArgs& args, std::string* error, const char* name,
+                   ReadSlot slot) {
   const int64_t connId = args.Int(0, "conn_id");
   const int64_t handle = args.Int(1, "handle");
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
   if (!gatt) return false;
   return CallForStatus(
       session, args,
-      base::StringPrintf("client.read_characteristic(%lld, %lld)", static_cast<long long>(connId),
+      base::StringPrintf("client.%s(%lld, %lld)", name, static_cast<long long>(connId),
                          static_cast<long long>(handle)),
-      [&] { return gatt->client->read_characteristic(static_cast<int>(connId), static_cast<uint16_t>(handle), 0); });
+      [&] { return (gatt->client->*slot)(static_cast<int>(connId), static_cast<uint16_t>(handle), 0); });
+}
+
+bool readCharacteristic(Session& session, CommandArgs& args, std::string* error) {
+  return readAttribute(session, args, error, "read_characteristic",
+                       &btgatt_client_interface_t::read_characteristic);
 }
 
 bool writeCharacteristic(Session& session, CommandArgs& args, std::string* error) {
@@ -135,15 +144,8 @@ bool writeCharacteristic(Session& session, CommandArgs& args, std::string* error
 }
 
 bool readDescriptor(Session& session, CommandArgs& args, std::string* error) {
-  const int64_t connId = args.Int(0, "conn_id");
-  const int64_t handle = args.Int(1, "handle");
-  const btgatt_interface_t* gatt = GattTableFor(session, args, error);
-  if (!gatt) return false;
-  return CallForStatus(
-      session, args,
-      base::StringPrintf("client.read_descriptor(%lld, %lld)", static_cast<long long>(connId),
-                         static_cast<long long>(handle)),
-      [&] { return gatt->client->read_descriptor(static_cast<int>(connId), static_cast<uint16_t>(handle), 0); });
+  return readAttribute(session, args, error, "read_descriptor",
+                       &btgatt_client_interface_t::read_descriptor);
 }
 
 bool writeDescriptor(Session& session, CommandArgs& args, std::string* error) {
