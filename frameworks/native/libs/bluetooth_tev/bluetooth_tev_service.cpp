@@ -64,16 +64,6 @@ void BluetoothTevService::postAddressCall(const RawAddress& addr, AddressMethod 
       android::sp<BluetoothTevService>(this), method, toMojoAddress(addr)));
 }
 
-// A task built before a clean-up may run after it returned: on the callback thread, which only
-// cleanup() drains, or inline on the posting thread once that thread is gone. So the table it
-// captured is checked again, against the atomic pointers the clean-ups clear, as it starts. A
-// call already under way when its table is cleared is not waited for: a stack that holds its
-// own callback lock while it cleans up would deadlock, and nothing here blocks.
-bool BluetoothTevService::isInstalled(const void* table) const {
-  return table && (table == callbacks() || table == gattClientCallbacks() ||
-                   table == gattServerCallbacks() || table == gattScannerCallbacks());
-}
-
 // Stack thread.
 int BluetoothTevService::initialize(bt_callbacks_t* callbacks) {
   LOG(INFO) << "BluetoothTev: initialize";
@@ -109,13 +99,12 @@ void BluetoothTevService::cleanup() {
   bt_callbacks_t* callbacks = mCallbacks;
   if (callbackTaskRunner && callbacks && callbacks->thread_evt_cb) {
     callbackTaskRunner->PostTask(FROM_HERE, base::BindOnce(
-                                                [](BluetoothTevService* service) {
-                                                  bt_callbacks_t* callbacks = service->mCallbacks;
+                                                [](bt_callbacks_t* callbacks) {
                                                   if (callbacks && callbacks->thread_evt_cb) {
                                                     callbacks->thread_evt_cb(DISASSOCIATE_JVM);
                                                   }
                                                 },
-                                                base::Unretained(this)));
+                                                callbacks));
   }
   postToMojo(base::BindOnce(
       [](BluetoothTevService* service) {
@@ -155,8 +144,8 @@ void BluetoothTevService::ready(mojo::InterfacePtr<tev::mojom::TevBridgeHost>* b
 
 // IPC thread.
 void BluetoothTevService::versionMismatch(unsigned int hostVersion) {
-  LOG(ERROR) << "BluetoothTev: version mismatch - Quarne supports v" << hostVersion
-             << ", we need v" << kBridgeVersion;
+  LOG(ERROR) << "BluetoothTev: version mismatch - Quarne supports v" << hostVersion << ", we need v"
+             << kBridgeVersion;
 }
 
 // IPC thread.

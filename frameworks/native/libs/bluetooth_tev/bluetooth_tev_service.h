@@ -6,11 +6,9 @@
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
-#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -38,8 +36,8 @@ namespace tev {
 class BluetoothTevService : public TevService, public tev::mojom::BluetoothInstance {
  public:
   using ReadPhyCallback = base::Callback<void(uint8_t tx_phy, uint8_t rx_phy, uint8_t status)>;
-  using ReadReply = base::RepeatingCallback<void(tev::mojom::BluetoothGattStatus,
-                                                 const std::vector<uint8_t>&)>;
+  using ReadReply =
+      base::RepeatingCallback<void(tev::mojom::BluetoothGattStatus, const std::vector<uint8_t>&)>;
   using StatusReply = base::RepeatingCallback<void(tev::mojom::BluetoothGattStatus)>;
 
   // One element of a remote device's GATT database, linked to its service and characteristic.
@@ -62,15 +60,13 @@ class BluetoothTevService : public TevService, public tev::mojom::BluetoothInsta
   // Task posting (any thread).
   void postToMojo(base::OnceCallback<void()> task);
   void postToCallback(base::OnceCallback<void()> task);
-  // Posts `functor(bound...)`, a call through `table`, to run only if `table` is still
-  // installed when its turn comes, so a call built before a clean-up never reaches the table
-  // after it. The check rides in the call's own bound state: no allocation of its own.
+  // Posts `functor(bound...)`, a call through a callback table that the caller read and tested
+  // as it built the call. The table pointer travels in the bound state and is not looked up
+  // again when the call runs, so an event built before a clean-up still reaches the table it
+  // was built for: the stack lets go of a table only once its queued callbacks have arrived.
   template <typename Functor, typename... Bound>
-  void postCallback(const void* table, Functor&& functor, Bound&&... bound) {
-    postToCallback(base::BindOnce(
-        &BluetoothTevService::runIfInstalled<std::decay_t<Functor>, std::decay_t<Bound>...>,
-        android::sp<BluetoothTevService>(this), table, std::forward<Functor>(functor),
-        std::forward<Bound>(bound)...));
+  void postCallback(Functor&& functor, Bound&&... bound) {
+    postToCallback(base::BindOnce(std::forward<Functor>(functor), std::forward<Bound>(bound)...));
   }
   // Posts `method(address record)` to the host; dropped silently while the host is not bound.
   using AddressMethod = void (tev::mojom::BluetoothHost::*)(tev::mojom::BluetoothAddressPtr);
@@ -78,8 +74,12 @@ class BluetoothTevService : public TevService, public tev::mojom::BluetoothInsta
 
   // Callback tables as installed now; null when none is.
   bt_callbacks_t* callbacks() const { return mCallbacks.load(); }
-  const btgatt_client_callbacks_t* gattClientCallbacks() const { return mGattClientCallbacks.load(); }
-  const btgatt_server_callbacks_t* gattServerCallbacks() const { return mGattServerCallbacks.load(); }
+  const btgatt_client_callbacks_t* gattClientCallbacks() const {
+    return mGattClientCallbacks.load();
+  }
+  const btgatt_server_callbacks_t* gattServerCallbacks() const {
+    return mGattServerCallbacks.load();
+  }
   const btgatt_scanner_callbacks_t* gattScannerCallbacks() const {
     return mGattScannerCallbacks.load();
   }
@@ -234,15 +234,6 @@ class BluetoothTevService : public TevService, public tev::mojom::BluetoothInsta
   friend struct GattServerBridge;
 
   BluetoothTevService();
-
-  // Callback thread, or inline where no callback thread runs.
-  template <typename Functor, typename... Bound>
-  static void runIfInstalled(android::sp<BluetoothTevService> service, const void* table,
-                             Functor functor, Bound... bound) {
-    if (service->isInstalled(table)) std::invoke(std::move(functor), std::move(bound)...);
-  }
-  // Any thread.
-  bool isInstalled(const void* table) const;
 
   // IPC thread.
   void onBindingLost();

@@ -64,7 +64,7 @@ struct AdapterBridge {
 
   // IPC thread.
   static tev::mojom::BluetoothHost::EnableAdapterCallback stateReply(BluetoothTevService* service,
-                                                                    const char* method) {
+                                                                     const char* method) {
     DCHECK(service->onIpcThread());
     return base::BindRepeating(&AdapterBridge::onAdapterState, Service(service), method);
   }
@@ -79,7 +79,6 @@ struct AdapterBridge {
     bt_callbacks_t* table = service->callbacks();
     if (!table || !table->adapter_state_changed_cb) return;
     service->postCallback(
-        table,
         [](bt_callbacks_t* table, bt_state_t state) { table->adapter_state_changed_cb(state); },
         table, mapped);
   }
@@ -99,20 +98,20 @@ struct AdapterBridge {
 // Stack thread.
 int BluetoothTevService::enable() {
   LOG(INFO) << "BluetoothTev: enable";
-  AdapterBridge::post(this, "enable", base::BindOnce([](BluetoothTevService* service) {
-                        service->host()->EnableAdapter(
-                            AdapterBridge::stateReply(service, "EnableAdapter"));
-                      }));
+  AdapterBridge::post(
+      this, "enable", base::BindOnce([](BluetoothTevService* service) {
+        service->host()->EnableAdapter(AdapterBridge::stateReply(service, "EnableAdapter"));
+      }));
   return BT_STATUS_SUCCESS;
 }
 
 // Stack thread.
 int BluetoothTevService::disable() {
   LOG(INFO) << "BluetoothTev: disable";
-  AdapterBridge::post(this, "disable", base::BindOnce([](BluetoothTevService* service) {
-                        service->host()->DisableAdapter(
-                            AdapterBridge::stateReply(service, "DisableAdapter"));
-                      }));
+  AdapterBridge::post(
+      this, "disable", base::BindOnce([](BluetoothTevService* service) {
+        service->host()->DisableAdapter(AdapterBridge::stateReply(service, "DisableAdapter"));
+      }));
   return BT_STATUS_SUCCESS;
 }
 
@@ -155,12 +154,13 @@ int BluetoothTevService::setAdapterProperty(const bt_property_t* property) {
                    << static_cast<int>(property->type);
       return BT_STATUS_UNSUPPORTED;
   }
-  AdapterBridge::post(this, nullptr,
-                      base::BindOnce(
-                          [](tev::mojom::BluetoothPropertyPtr record, BluetoothTevService* service) {
-                            service->host()->SetAdapterProperty(std::move(record));
-                          },
-                          std::move(record)));
+  AdapterBridge::post(
+      this, nullptr,
+      base::BindOnce(
+          [](tev::mojom::BluetoothPropertyPtr record, BluetoothTevService* service) {
+            service->host()->SetAdapterProperty(std::move(record));
+          },
+          std::move(record)));
   return BT_STATUS_SUCCESS;
 }
 
@@ -199,14 +199,13 @@ int BluetoothTevService::cancelDiscovery() {
 int BluetoothTevService::createBond(const RawAddress* addr, int transport) {
   if (!addr) return BT_STATUS_PARM_INVALID;
   LOG(INFO) << "BluetoothTev: createBond " << addr->ToString() << " transport=" << transport;
-  AdapterBridge::post(
-      this, nullptr,
-      base::BindOnce(
-          [](tev::mojom::BluetoothAddressPtr address, int32_t transport,
-             BluetoothTevService* service) {
-            service->host()->CreateBond(std::move(address), transport);
-          },
-          toMojoAddress(*addr), static_cast<int32_t>(transport)));
+  AdapterBridge::post(this, nullptr,
+                      base::BindOnce(
+                          [](tev::mojom::BluetoothAddressPtr address, int32_t transport,
+                             BluetoothTevService* service) {
+                            service->host()->CreateBond(std::move(address), transport);
+                          },
+                          toMojoAddress(*addr), static_cast<int32_t>(transport)));
   return BT_STATUS_SUCCESS;
 }
 
@@ -214,12 +213,13 @@ int BluetoothTevService::createBond(const RawAddress* addr, int transport) {
 int BluetoothTevService::removeBond(const RawAddress* addr) {
   if (!addr) return BT_STATUS_PARM_INVALID;
   LOG(INFO) << "BluetoothTev: removeBond " << addr->ToString();
-  AdapterBridge::post(this, nullptr,
-                      base::BindOnce(
-                          [](tev::mojom::BluetoothAddressPtr address, BluetoothTevService* service) {
-                            service->host()->RemoveBond(std::move(address));
-                          },
-                          toMojoAddress(*addr)));
+  AdapterBridge::post(
+      this, nullptr,
+      base::BindOnce(
+          [](tev::mojom::BluetoothAddressPtr address, BluetoothTevService* service) {
+            service->host()->RemoveBond(std::move(address));
+          },
+          toMojoAddress(*addr)));
   return BT_STATUS_SUCCESS;
 }
 
@@ -227,12 +227,13 @@ int BluetoothTevService::removeBond(const RawAddress* addr) {
 int BluetoothTevService::cancelBond(const RawAddress* addr) {
   if (!addr) return BT_STATUS_PARM_INVALID;
   LOG(INFO) << "BluetoothTev: cancelBond " << addr->ToString();
-  AdapterBridge::post(this, nullptr,
-                      base::BindOnce(
-                          [](tev::mojom::BluetoothAddressPtr address, BluetoothTevService* service) {
-                            service->host()->CancelBond(std::move(address));
-                          },
-                          toMojoAddress(*addr)));
+  AdapterBridge::post(
+      this, nullptr,
+      base::BindOnce(
+          [](tev::mojom::BluetoothAddressPtr address, BluetoothTevService* service) {
+            service->host()->CancelBond(std::move(address));
+          },
+          toMojoAddress(*addr)));
   return BT_STATUS_SUCCESS;
 }
 

@@ -33,24 +33,29 @@ int count(const PropertyList& list) { return static_cast<int>(list->size()); }
 
 bt_property_t* first(const PropertyList& list) { return list->empty() ? nullptr : list->data(); }
 
-// The two enumerations share their numbering.
-bt_status_t toStatus(tev::mojom::BluetoothStatus status) {
-  return static_cast<bt_status_t>(status);
-}
-
-// The host's enumerations are extensible, but a HAL enumeration (no fixed type) holds only the
-// values of its smallest bit-field: 0 to 15 for bt_status_t, 0 to 3 for bt_bond_state_t. A value
-// beyond cannot be passed on unchanged, since even reading it is undefined; the event is ignored.
+// The host's enumerations are extensible; a HAL enumeration without a fixed type holds only the
+// values of its smallest bit-field: 0 to 15 for bt_status_t, 0 to 3 for bt_bond_state_t. Passing
+// a value beyond through unchanged would form a value the type cannot hold, which is undefined,
+// so such a value is delivered as the nearest one the HAL names and logged; the event itself
+// still reaches the stack, which would otherwise wait for it for good.
 constexpr int kLastHalStatus = 15;
 constexpr int kLastHalBondState = 3;
 
-template <typename HostEnum>
-bool fitsHal(HostEnum value, int last, const char* event, const char* what) {
+template <typename HalEnum, typename HostEnum>
+HalEnum toHal(HostEnum value, int last, HalEnum nearest, const char* event, const char* what) {
   const auto number = static_cast<int64_t>(value);
-  if (number >= 0 && number <= last) return true;
-  LOG(WARNING) << "BluetoothTev: " << event << " - " << what << " " << number
-               << " unknown to the HAL, ignored";
-  return false;
+  if (number >= 0 && number <= last) return static_cast<HalEnum>(number);
+  LOG(WARNING) << "BluetoothTev: " << event << " " << what << "=" << number
+               << " unknown to the HAL, delivered as " << static_cast<int>(nearest);
+  return nearest;
+}
+
+bt_status_t toStatus(tev::mojom::BluetoothStatus status, const char* event) {
+  return toHal(status, kLastHalStatus, BT_STATUS_FAIL, event, "status");
+}
+
+bt_bond_state_t toBondState(tev::mojom::BluetoothBondState state) {
+  return toHal(state, kLastHalBondState, BT_BOND_STATE_NONE, "OnBondStateChanged", "state");
 }
 
 }  // namespace
@@ -63,14 +68,13 @@ void BluetoothTevService::OnAdapterProperties(
             << " count=" << properties.size();
   bt_callbacks_t* table = callbacks();
   if (!table || !table->adapter_properties_cb) return;
-  if (!fitsHal(status, kLastHalStatus, "OnAdapterProperties", "status")) return;
   Converted converted = convert(properties);
   postCallback(
-      table,
       [](bt_callbacks_t* table, bt_status_t status, PropertyList list, PropertyBytes /*held*/) {
         table->adapter_properties_cb(status, count(list), first(list));
       },
-      table, toStatus(status), std::move(converted.list), std::move(converted.bytes));
+      table, toStatus(status, "OnAdapterProperties"), std::move(converted.list),
+      std::move(converted.bytes));
 }
 
 // IPC thread.
@@ -80,12 +84,9 @@ void BluetoothTevService::OnDeviceFound(std::vector<tev::mojom::BluetoothPropert
   bt_callbacks_t* table = callbacks();
   if (!table || !table->device_found_cb) return;
   Converted converted = convert(properties);
-  postCallback(
-      table,
-      [](bt_callbacks_t* table, PropertyList list, PropertyBytes /*held*/) {
-        table->device_found_cb(count(list), first(list));
-      },
-      table, std::move(converted.list), std::move(converted.bytes));
+  postCallback([](bt_callbacks_t* table, PropertyList list,
+                  PropertyBytes /*held*/) { table->device_found_cb(count(list), first(list)); },
+               table, std::move(converted.list), std::move(converted.bytes));
 }
 
 // IPC thread.
@@ -99,7 +100,6 @@ void BluetoothTevService::OnDevicePropertiesChanged(
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
   Converted converted = convert(properties);
   postCallback(
-      table,
       [](bt_callbacks_t* table, Address address, PropertyList list, PropertyBytes /*held*/) {
         table->remote_device_properties_cb(BT_STATUS_SUCCESS, address.get(), count(list),
                                            first(list));
@@ -116,12 +116,9 @@ void BluetoothTevService::OnDiscoveryStateChanged(tev::mojom::BluetoothDiscovery
   const bt_discovery_state_t mapped = state == tev::mojom::BluetoothDiscoveryState::STARTED
                                           ? BT_DISCOVERY_STARTED
                                           : BT_DISCOVERY_STOPPED;
-  postCallback(
-      table,
-      [](bt_callbacks_t* table, bt_discovery_state_t state) {
-        table->discovery_state_changed_cb(state);
-      },
-      table, mapped);
+  postCallback([](bt_callbacks_t* table,
+                  bt_discovery_state_t state) { table->discovery_state_changed_cb(state); },
+               table, mapped);
 }
 
 // IPC thread. The bond states share their numbering; the host gives no fail reason.
@@ -133,17 +130,15 @@ void BluetoothTevService::OnBondStateChanged(tev::mojom::BluetoothStatus status,
             << " state=" << static_cast<int>(state);
   bt_callbacks_t* table = callbacks();
   if (!table || !table->bond_state_changed_cb) return;
-  if (!fitsHal(status, kLastHalStatus, "OnBondStateChanged", "status") ||
-      !fitsHal(state, kLastHalBondState, "OnBondStateChanged", "state")) {
-    return;
-  }
+  // Two statements, so that their warnings are written in this order.
+  const bt_status_t halStatus = toStatus(status, "OnBondStateChanged");
+  const bt_bond_state_t halState = toBondState(state);
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
   postCallback(
-      table,
       [](bt_callbacks_t* table, bt_status_t status, Address address, bt_bond_state_t state) {
         table->bond_state_changed_cb(status, address.get(), state, 0);
       },
-      table, toStatus(status), std::move(address), static_cast<bt_bond_state_t>(state));
+      table, halStatus, std::move(address), halState);
 }
 
 // IPC thread. The HAL numbers connected 0 and disconnected 1; link type and HCI reason are
@@ -158,7 +153,6 @@ void BluetoothTevService::OnConnectionStateChanged(tev::mojom::BluetoothAddressP
   Address address = std::make_shared<RawAddress>(toRawAddress(addr));
   const bt_acl_state_t mapped = connected ? BT_ACL_STATE_CONNECTED : BT_ACL_STATE_DISCONNECTED;
   postCallback(
-      table,
       [](bt_callbacks_t* table, Address address, bt_acl_state_t state) {
         table->acl_state_changed_cb(BT_STATUS_SUCCESS, address.get(), state, 0, 0);
       },
@@ -166,9 +160,8 @@ void BluetoothTevService::OnConnectionStateChanged(tev::mojom::BluetoothAddressP
 }
 
 // IPC thread. Service records are not reported to the stack.
-void BluetoothTevService::OnGetSdpRecords(tev::mojom::BluetoothStatus /*status*/,
-                                          tev::mojom::BluetoothAddressPtr /*addr*/,
-                                          bluetooth::Uuid /*uuid*/,
-                                          std::vector<tev::mojom::BluetoothSdpRecordPtr> /*records*/) {}
+void BluetoothTevService::OnGetSdpRecords(
+    tev::mojom::BluetoothStatus /*status*/, tev::mojom::BluetoothAddressPtr /*addr*/,
+    bluetooth::Uuid /*uuid*/, std::vector<tev::mojom::BluetoothSdpRecordPtr> /*records*/) {}
 
 }  // namespace tev

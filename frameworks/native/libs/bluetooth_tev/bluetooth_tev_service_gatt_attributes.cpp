@@ -181,7 +181,6 @@ struct GattAttributeBridge {
       params->status = static_cast<uint8_t>(reply->status);
     }
     service->postCallback(
-        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, bool descriptor,
            std::shared_ptr<btgatt_read_params_t> params) {
           if (descriptor) {
@@ -202,7 +201,6 @@ struct GattAttributeBridge {
       return;
     }
     service->postCallback(
-        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, uint16_t handle,
            bool descriptor, int status) {
           auto written =
@@ -217,12 +215,9 @@ struct GattAttributeBridge {
                          tev::mojom::BluetoothGattStatus status) {
     const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
     if (!callbacks || !callbacks->execute_write_cb) return;
-    service->postCallback(
-        callbacks,
-        [](const btgatt_client_callbacks_t* callbacks, int conn_id, int status) {
-          callbacks->execute_write_cb(conn_id, status);
-        },
-        callbacks, conn_id, static_cast<int>(status));
+    service->postCallback([](const btgatt_client_callbacks_t* callbacks, int conn_id,
+                             int status) { callbacks->execute_write_cb(conn_id, status); },
+                          callbacks, conn_id, static_cast<int>(status));
   }
 
   // IPC thread. A deregistration reports "not registered" whatever the host answered.
@@ -232,7 +227,6 @@ struct GattAttributeBridge {
     if (!callbacks || !callbacks->register_for_notification_cb) return;
     const bool registered = enable && status == tev::mojom::BluetoothGattStatus::SUCCESS;
     service->postCallback(
-        callbacks,
         [](const btgatt_client_callbacks_t* callbacks, int conn_id, int registered, int status,
            uint16_t handle) {
           callbacks->register_for_notification_cb(conn_id, registered, status, handle);

@@ -18,7 +18,6 @@ void notifyConnection(BluetoothTevService* service, int connId, int clientIf,
   const btgatt_client_callbacks_t* client = service->gattClientCallbacks();
   if (client && (connected ? client->open_cb : client->close_cb)) {
     service->postCallback(
-        client,
         [](const btgatt_client_callbacks_t* client, bool connected, int connId, int clientIf,
            RawAddress addr) {
           (connected ? client->open_cb : client->close_cb)(connId, 0, clientIf, addr);
@@ -28,7 +27,6 @@ void notifyConnection(BluetoothTevService* service, int connId, int clientIf,
   const btgatt_server_callbacks_t* server = service->gattServerCallbacks();
   if (server && server->connection_cb) {
     service->postCallback(
-        server,
         [](const btgatt_server_callbacks_t* server, int connId, int connected, RawAddress addr) {
           server->connection_cb(connId, kConnectionServerIf, connected, addr);
         },
@@ -82,7 +80,6 @@ int BluetoothTevService::gattRegisterClient(const bluetooth::Uuid& app_uuid) {
   // Posted even without a table: the slot is tested when the task runs.
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   postCallback(
-      client,
       [](const btgatt_client_callbacks_t* client, int clientIf, bluetooth::Uuid uuid) {
         if (client && client->register_client_cb) client->register_client_cb(0, clientIf, uuid);
       },

@@ -1,5 +1,6 @@
 // Service discovery and the per-device copy of the GATT database that turns the stack's
 // attribute handles back into the host's service and attribute ids.
+#include <cstring>
 #include <memory>
 
 #include "base/bind.h"
@@ -19,16 +20,17 @@ std::vector<GattDbEntry> buildEntries(
   entries.reserve(elements.size());
   uint16_t serviceCursor = 0;
   uint16_t charCursor = 0;
-  for (const auto& element : elements) {
-    // A null record would otherwise be dereferenced; it describes nothing, so it is skipped.
-    if (element.is_null()) continue;
+  const tev::mojom::BluetoothGattDBElement zeroed{};
+  for (const auto& record : elements) {
+    // A null record reads as all zeros, as a null address does, so the count stays the host's.
+    const tev::mojom::BluetoothGattDBElement& element = record.is_null() ? zeroed : *record;
     GattDbEntry entry{};
-    entry.uuid = element->uuid;
-    entry.type = static_cast<int32_t>(element->type);
-    entry.handle = element->attribute_handle;
-    entry.startHandle = element->start_handle;
-    entry.endHandle = element->end_handle;
-    entry.properties = element->properties;
+    entry.uuid = element.uuid;
+    entry.type = static_cast<int32_t>(element.type);
+    entry.handle = element.attribute_handle;
+    entry.startHandle = element.start_handle;
+    entry.endHandle = element.end_handle;
+    entry.properties = element.properties;
     switch (entry.type) {
       case BTGATT_DB_PRIMARY_SERVICE:
       case BTGATT_DB_SECONDARY_SERVICE:
@@ -58,20 +60,24 @@ std::vector<GattDbEntry> buildEntries(
   return entries;
 }
 
-// The stack's element type (an enumeration without a fixed type) holds 0 to 7 only; reading
-// anything beyond is undefined, so such an element stays in the cache but is not shown.
-constexpr int32_t kLastHalAttributeType = 7;
+// The element's type is passed on unchanged, but the HAL's field is an enumeration without a
+// fixed type, which holds 0 to 7 only: assigning a host value beyond through the enumeration
+// would be undefined. Its bytes are written instead, so every element keeps its place and its
+// value whatever the host sent.
+void setType(btgatt_db_element_t* element, int32_t type) {
+  static_assert(sizeof(element->type) == sizeof(type), "the HAL's type field is 32 bits");
+  std::memcpy(&element->type, &type, sizeof(type));
+}
 
 std::shared_ptr<std::vector<btgatt_db_element_t>> toHalElements(
     const std::vector<GattDbEntry>& entries) {
   auto elements = std::make_shared<std::vector<btgatt_db_element_t>>();
   elements->reserve(entries.size());
   for (const GattDbEntry& entry : entries) {
-    if (entry.type < 0 || entry.type > kLastHalAttributeType) continue;
     btgatt_db_element_t element{};
     element.id = entry.handle;
     element.uuid = entry.uuid;
-    element.type = static_cast<bt_gatt_db_attribute_type_t>(entry.type);
+    setType(&element, entry.type);
     element.attribute_handle = entry.handle;
     element.start_handle = entry.startHandle;
     element.end_handle = entry.endHandle;
@@ -127,12 +133,9 @@ void BluetoothTevService::OnSearchComplete(tev::mojom::BluetoothAddressPtr addr,
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->search_complete_cb) {
-    postCallback(
-        client,
-        [](const btgatt_client_callbacks_t* client, int connId, int status) {
-          client->search_complete_cb(connId, status);
-        },
-        client, connId, static_cast<int>(status));
+    postCallback([](const btgatt_client_callbacks_t* client, int connId,
+                    int status) { client->search_complete_cb(connId, status); },
+                 client, connId, static_cast<int>(status));
   }
   postAddressCall(address, &tev::mojom::BluetoothHost::GetGattDB);
 }
@@ -160,7 +163,6 @@ void BluetoothTevService::OnGetGattDB(tev::mojom::BluetoothAddressPtr addr,
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->get_gatt_db_cb) {
     postCallback(
-        client,
         [](const btgatt_client_callbacks_t* client, int connId,
            std::shared_ptr<std::vector<btgatt_db_element_t>> elements) {
           client->get_gatt_db_cb(connId, elements->data(), static_cast<int>(elements->size()));

@@ -22,7 +22,6 @@ void onRssiRead(const android::sp<BluetoothTevService>& service, const RawAddres
   const btgatt_client_callbacks_t* callbacks = service->gattClientCallbacks();
   if (!callbacks || !callbacks->read_remote_rssi_cb) return;
   service->postCallback(
-      callbacks,
       [](const btgatt_client_callbacks_t* callbacks, int client_if, const RawAddress& addr,
          int rssi) { callbacks->read_remote_rssi_cb(client_if, addr, rssi, 0); },
       callbacks, client_if, addr, static_cast<int>(rssi));
@@ -48,15 +47,14 @@ int BluetoothTevService::gattReadRemoteRssi(int client_if, const RawAddress& add
 // Stack thread. The requested MTU is only logged; the host is not asked.
 int BluetoothTevService::gattConfigureMtu(int conn_id, int mtu) {
   LOG(INFO) << "BluetoothTev: gattConfigureMtu conn_id=" << conn_id << " mtu=" << mtu;
-  const btgatt_client_callbacks_t* callbacks = gattClientCallbacks();
-  if (callbacks && callbacks->configure_mtu_cb) {
-    postCallback(
-        callbacks,
-        [](const btgatt_client_callbacks_t* callbacks, int conn_id) {
+  // Posted even without a table: the captured table and its slot are tested when it runs.
+  postCallback(
+      [](const btgatt_client_callbacks_t* callbacks, int conn_id) {
+        if (callbacks && callbacks->configure_mtu_cb) {
           callbacks->configure_mtu_cb(conn_id, 0, kFixedMtu);
-        },
-        callbacks, conn_id);
-  }
+        }
+      },
+      gattClientCallbacks(), conn_id);
   return BT_STATUS_SUCCESS;
 }
 
@@ -86,11 +84,9 @@ void BluetoothTevService::OnGattNotify(tev::mojom::BluetoothAddressPtr addr,
   std::copy_n(value.begin(), length, params.value);
   params.len = static_cast<uint16_t>(length);
   // The task holds its own copy of the record: one heap block per notification.
-  postCallback(
-      callbacks,
-      [](const btgatt_client_callbacks_t* callbacks, int conn_id,
-         const btgatt_notify_params_t& params) { callbacks->notify_cb(conn_id, params); },
-      callbacks, connId, params);
+  postCallback([](const btgatt_client_callbacks_t* callbacks, int conn_id,
+                  const btgatt_notify_params_t& params) { callbacks->notify_cb(conn_id, params); },
+               callbacks, connId, params);
 }
 
 // IPC thread. The cache goes even when the device is not connected, so the next discovery asks
@@ -110,12 +106,9 @@ void BluetoothTevService::OnServiceChanged(tev::mojom::BluetoothAddressPtr addr)
   const btgatt_client_callbacks_t* callbacks = gattClientCallbacks();
   if (!callbacks || !callbacks->services_removed_cb) return;
   // The whole handle range, so that the stack discovers everything again.
-  postCallback(
-      callbacks,
-      [](const btgatt_client_callbacks_t* callbacks, int conn_id) {
-        callbacks->services_removed_cb(conn_id, 0x0001, 0xFFFF);
-      },
-      callbacks, connId);
+  postCallback([](const btgatt_client_callbacks_t* callbacks,
+                  int conn_id) { callbacks->services_removed_cb(conn_id, 0x0001, 0xFFFF); },
+               callbacks, connId);
 }
 
 // IPC thread. Both sides of the connection are told, the client first.
@@ -132,21 +125,15 @@ void BluetoothTevService::OnMTUReceived(tev::mojom::BluetoothAddressPtr addr, ui
   }
   const btgatt_client_callbacks_t* client = gattClientCallbacks();
   if (client && client->configure_mtu_cb) {
-    postCallback(
-        client,
-        [](const btgatt_client_callbacks_t* client, int conn_id, int mtu) {
-          client->configure_mtu_cb(conn_id, 0, mtu);
-        },
-        client, connId, static_cast<int>(mtu));
+    postCallback([](const btgatt_client_callbacks_t* client, int conn_id,
+                    int mtu) { client->configure_mtu_cb(conn_id, 0, mtu); },
+                 client, connId, static_cast<int>(mtu));
   }
   const btgatt_server_callbacks_t* server = gattServerCallbacks();
   if (server && server->mtu_changed_cb) {
-    postCallback(
-        server,
-        [](const btgatt_server_callbacks_t* server, int conn_id, int mtu) {
-          server->mtu_changed_cb(conn_id, mtu);
-        },
-        server, connId, static_cast<int>(mtu));
+    postCallback([](const btgatt_server_callbacks_t* server, int conn_id,
+                    int mtu) { server->mtu_changed_cb(conn_id, mtu); },
+                 server, connId, static_cast<int>(mtu));
   }
 }
 

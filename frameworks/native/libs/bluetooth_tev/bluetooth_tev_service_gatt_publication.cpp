@@ -113,7 +113,6 @@ struct GattServerBridge {
     const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
     if (!callbacks || !callbacks->service_added_cb) return;
     service->postCallback(
-        callbacks,
         [](const btgatt_server_callbacks_t* callbacks, int status, int serverIf,
            std::vector<btgatt_db_element_t> list) {
           callbacks->service_added_cb(status, serverIf, list.data(), list.size());
@@ -138,7 +137,7 @@ struct GattServerBridge {
     const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
     if (!callbacks || !(callbacks->*slot)) return;
     const int result = status == tev::mojom::BluetoothGattStatus::SUCCESS ? 0 : 1;
-    service->postCallback(callbacks, callbacks->*slot, result, serverIf, serviceHandle);
+    service->postCallback(callbacks->*slot, result, serverIf, serviceHandle);
   }
 };
 

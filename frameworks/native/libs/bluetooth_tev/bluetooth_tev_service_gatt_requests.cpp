@@ -79,8 +79,7 @@ void BluetoothTevService::RequestGattRead(tev::mojom::BluetoothAddressPtr addr,
                             ? &btgatt_server_callbacks_t::request_read_characteristic_cb
                             : &btgatt_server_callbacks_t::request_read_descriptor_cb;
   if (!(callbacks->*slot)) return;
-  postCallback(callbacks, callbacks->*slot, *connId, transId, address, attribute_handle, offset,
-               is_long);
+  postCallback(callbacks->*slot, *connId, transId, address, attribute_handle, offset, is_long);
 }
 
 // IPC thread.
@@ -106,7 +105,6 @@ void BluetoothTevService::RequestGattWrite(tev::mojom::BluetoothAddressPtr addr,
   if (!(callbacks->*slot)) return;
   // Every write waits for send_response, prepared or not: need_rsp is always true.
   postCallback(
-      callbacks,
       [](request_write_callback request, int connId, int transId, RawAddress address, int handle,
          int offset, bool isPrepare, std::vector<uint8_t> value) {
         request(connId, transId, address, handle, offset, true, isPrepare, value.data(),
@@ -129,7 +127,7 @@ void BluetoothTevService::RequestGattExecuteWrite(tev::mojom::BluetoothAddressPt
   const int transId = parkReply(mGattMutex, mNextTransId, mPendingExecuteWrites, callback);
   const btgatt_server_callbacks_t* callbacks = gattServerCallbacks();
   if (!callbacks || !callbacks->request_exec_write_cb) return;
-  postCallback(callbacks, callbacks->request_exec_write_cb, *connId, transId, address,
+  postCallback(callbacks->request_exec_write_cb, *connId, transId, address,
                static_cast<int>(execute));
 }
 
@@ -192,7 +190,7 @@ int BluetoothTevService::gattSendIndication(int /*server_if*/, int attribute_han
                   DCHECK(service->onIpcThread());
                   const btgatt_server_callbacks_t* callbacks = service->gattServerCallbacks();
                   if (!callbacks || !callbacks->indication_sent_cb) return;
-                  service->postCallback(callbacks, callbacks->indication_sent_cb, connId,
+                  service->postCallback(callbacks->indication_sent_cb, connId,
                                         static_cast<int>(status));
                 },
                 service, connId));

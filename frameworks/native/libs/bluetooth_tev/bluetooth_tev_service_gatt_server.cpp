@@ -18,7 +18,6 @@ int BluetoothTevService::gattRegisterServer(const bluetooth::Uuid& app_uuid) {
   // Always posted: the slot is tested when the task runs.
   const btgatt_server_callbacks_t* server = gattServerCallbacks();
   postCallback(
-      server,
       [](const btgatt_server_callbacks_t* callbacks, int serverIf, bluetooth::Uuid uuid) {
         if (callbacks && callbacks->register_server_cb) {
           callbacks->register_server_cb(BT_STATUS_SUCCESS, serverIf, uuid);

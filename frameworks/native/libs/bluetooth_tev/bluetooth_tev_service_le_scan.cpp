@@ -49,7 +49,6 @@ void BluetoothTevService::OnLEDeviceFound(tev::mojom::BluetoothAddressPtr addr, 
   // Two's-complement truncation: the stack's rssi is 8 bits.
   const auto narrowedRssi = static_cast<int8_t>(rssi);
   postCallback(
-      scanner,
       [](const btgatt_scanner_callbacks_t* scanner, std::shared_ptr<RawAddress> address,
          int8_t rssi, std::shared_ptr<std::vector<uint8_t>> data) {
         scanner->scan_result_cb(kEventTypeLegacyConnectableScannable, kAddressTypePublic,
