@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <functional>
 #include <memory>
 #include <thread>
 
@@ -75,13 +77,12 @@ TEST(EntryTableTest, OnlyTheGattProfileIsHandedOut) {
 
   EXPECT_EQ(bluetoothInterface.get_profile_interface("GATT"), nullptr);
   EXPECT_EQ(bluetoothInterface.get_profile_interface(BT_PROFILE_HANDSFREE_ID), nullptr);
-  EXPECT_THAT(logs.Messages(),
-              ElementsAre("BluetoothTev: getProfileInterface(gatt)",
-                          "BluetoothTev: getProfileInterface(gatt)",
-                          "BluetoothTev: getProfileInterface(GATT)",
-                          "BluetoothTev: profile GATT not supported",
-                          "BluetoothTev: getProfileInterface(handsfree)",
-                          "BluetoothTev: profile handsfree not supported"));
+  EXPECT_THAT(logs.Messages(), ElementsAre("BluetoothTev: getProfileInterface(gatt)",
+                                           "BluetoothTev: getProfileInterface(gatt)",
+                                           "BluetoothTev: getProfileInterface(GATT)",
+                                           "BluetoothTev: profile GATT not supported",
+                                           "BluetoothTev: getProfileInterface(handsfree)",
+                                           "BluetoothTev: profile handsfree not supported"));
   logs.Clear();
   EXPECT_EQ(bluetoothInterface.get_profile_interface(nullptr), nullptr);
   EXPECT_TRUE(logs.Lines().empty());
@@ -115,35 +116,21 @@ TEST(ServiceTest, WithoutIpcEveryHostTaskIsDroppedWithItsErrorLine) {
   MojoProcessSupport::SetIpcAvailableForTesting(false);
   LibraryHarness harness(LibraryHarness::Options{{20, true}, false});
   BluetoothTevService* service = harness.service();
-  EXPECT_EQ(harness.bt()->init(harness.stack().callbacks(), false, false, 0, nullptr, false,
-                               nullptr),
-            BT_STATUS_SUCCESS);
+  EXPECT_EQ(
+      harness.bt()->init(harness.stack().callbacks(), false, false, 0, nullptr, false, nullptr),
+      BT_STATUS_SUCCESS);
   service->postToMojo(base::BindOnce([] { ADD_FAILURE(); }));
   EXPECT_GE(harness.logs().Count("BluetoothTev: Mojo not available"), 1u);
   harness.bt()->cleanup();
   MojoProcessSupport::SetIpcAvailableForTesting(true);
 }
 
-TEST(LifecycleTest, StartAssociatesTheCallbackThreadAndConnectsToTheHost) {
-  LibraryHarness harness;
-  harness.Start();
-  CallbackRecord associate = harness.stack().WaitFor("thread_evt_cb");
-  EXPECT_EQ(associate.text(), "thread_evt_cb(0)");
-  EXPECT_EQ(associate.thread, "bt_tev_callback");
-  EXPECT_THAT(harness.logs().Messages(),
-              ::testing::IsSupersetOf({"BluetoothTev: initialize",
-                                       "BluetoothTev: Mojo bootstrap initiated, version=20",
-                                       "BluetoothTev: TEV bridge ready",
-                                       "BluetoothTev: registered BluetoothInstance with Quarne OS",
-                                       "BluetoothTev: Init - BluetoothHost connected"}));
-}
-
 TEST(LifecycleTest, CleanupDisassociatesLastOnTheCallbackThreadThenRunsCallbacksInline) {
   LibraryHarness harness(LibraryHarness::Options{{}, false});
   harness.Start();
   // Queued before cleanup: must be delivered before the disassociation.
-  harness.service()->postToCallback(base::BindOnce(
-      [](RecordingStack* stack) { stack->Record("queued", ""); }, &harness.stack()));
+  harness.service()->postToCallback(
+      base::BindOnce([](RecordingStack* stack) { stack->Record("queued", ""); }, &harness.stack()));
   harness.bt()->cleanup();
   std::vector<CallbackRecord> records = harness.stack().Records();
   ASSERT_EQ(records.size(), 3u);
@@ -173,25 +160,13 @@ TEST(LifecycleTest, CleanupWithoutAThreadEventSlotStillStopsTheThread) {
   harness.bt()->init(harness.stack().callbacks(), false, false, 0, nullptr, false, nullptr);
 }
 
-TEST(LifecycleTest, VersionMismatchLogsBothVersionsAndLeavesTheHostUnreachable) {
-  HostDouble::Options host;
-  host.bridgeVersion = 19;
-  LibraryHarness harness(LibraryHarness::Options{host, false});
-  harness.Start();
-  ASSERT_TRUE(harness.logs().WaitFor("BluetoothTev: version mismatch"));
-  EXPECT_TRUE(harness.logs().Contains(
-      logging::LOG_ERROR, "BluetoothTev: version mismatch - Quarne supports v19, we need v20"));
-  harness.FlushIpc();
-  EXPECT_FALSE(harness.logs().Contains("BluetoothTev: TEV bridge ready"));
-}
-
 TEST(LifecycleTest, LosingTheHostPipeResetsTheHostUntilInitComesAgain) {
   LibraryHarness harness;
   harness.Start();
   harness.host().SeverHostPipe();
   ASSERT_TRUE(harness.logs().WaitFor("BluetoothTev: BluetoothHost connection lost"));
-  EXPECT_TRUE(harness.logs().Contains(logging::LOG_WARNING,
-                                      "BluetoothTev: BluetoothHost connection lost"));
+  EXPECT_TRUE(
+      harness.logs().Contains(logging::LOG_WARNING, "BluetoothTev: BluetoothHost connection lost"));
   harness.FlushIpc();
   EXPECT_FALSE(harness.RunOnIpc([&] { return harness.service()->host().is_bound(); }));
 
@@ -215,9 +190,9 @@ TEST(LifecycleTest, InitializeTwiceReplacesTheThreadAndBootstrapsAgain) {
   LibraryHarness harness;
   harness.Start();
   harness.stack().WaitFor("thread_evt_cb");
-  ASSERT_EQ(harness.bt()->init(harness.stack().callbacks(), false, false, 0, nullptr, false,
-                               nullptr),
-            BT_STATUS_SUCCESS);
+  ASSERT_EQ(
+      harness.bt()->init(harness.stack().callbacks(), false, false, 0, nullptr, false, nullptr),
+      BT_STATUS_SUCCESS);
   CallbackRecord second = harness.stack().WaitFor("thread_evt_cb", 2);
   EXPECT_EQ(second.text(), "thread_evt_cb(0)");
   EXPECT_EQ(second.thread, "bt_tev_callback");
@@ -233,11 +208,98 @@ TEST(LifecycleTest, CleanupThenInitConnectsAgain) {
   harness.bt()->cleanup();
   harness.FlushIpc();
   EXPECT_FALSE(harness.RunOnIpc([&] { return harness.service()->host().is_bound(); }));
-  ASSERT_EQ(harness.bt()->init(harness.stack().callbacks(), false, false, 0, nullptr, false,
-                               nullptr),
-            BT_STATUS_SUCCESS);
+  ASSERT_EQ(
+      harness.bt()->init(harness.stack().callbacks(), false, false, 0, nullptr, false, nullptr),
+      BT_STATUS_SUCCESS);
   harness.Settle();
   EXPECT_TRUE(harness.RunOnIpc([&] { return harness.service()->host().is_bound(); }));
+}
+
+// A GATT table the recording stack does not own, to tell two installed tables apart.
+std::atomic<int> secondTableNotifications{0};
+const btgatt_client_callbacks_t kSecondClientTable = [] {
+  btgatt_client_callbacks_t table{};
+  table.notify_cb = [](int, const btgatt_notify_params_t&) { ++secondTableNotifications; };
+  return table;
+}();
+
+// Holds the callback thread until released, so that callbacks queue behind it.
+class CallbackThreadGate {
+ public:
+  explicit CallbackThreadGate(LibraryHarness& h) {
+    h.service()->postToCallback(base::BindOnce([](Event* gate) { gate->Wait(); }, &release_));
+  }
+  ~CallbackThreadGate() { Release(); }
+  void Release() { release_.Signal(); }
+
+ private:
+  Event release_;
+};
+
+const RawAddress kPeer({0xc0, 0xff, 0xee, 0x00, 0x00, 0x01});
+
+// Every event the host sent so far has been handled on the IPC thread: its callbacks are built.
+void hostSends(LibraryHarness& h, std::function<void(tev::mojom::BluetoothInstance*)> event) {
+  h.host().Fire(std::move(event));
+  h.host().FlushHost();
+  h.FlushIpc();
+}
+
+void notifyFromPeer(tev::mojom::BluetoothInstance* instance) {
+  auto charId = tev::mojom::BluetoothGattID::New(bluetooth::Uuid::From16Bit(0x2a37), 3, 3);
+  auto serviceId = tev::mojom::BluetoothGattServiceID::New(
+      tev::mojom::BluetoothGattID::New(bluetooth::Uuid::From16Bit(0x180d), 1, 1), true);
+  instance->OnGattNotify(BluetoothTevService::toMojoAddress(kPeer), std::move(serviceId),
+                         std::move(charId), true, {0x01});
+}
+
+TEST(CallbackDeliveryTest, CallbacksQueuedBeforeCleanupGattArriveBeforeCleanupReturns) {
+  LibraryHarness h;
+  h.Start();
+  hostSends(h, [](tev::mojom::BluetoothInstance* instance) {
+    instance->OnLEConnectionStateChange(BluetoothTevService::toMojoAddress(kPeer), true);
+  });
+  h.stack().WaitFor("connection_cb");
+  h.stack().Clear();
+
+  CallbackThreadGate gate(h);
+  hostSends(h, notifyFromPeer);
+  hostSends(h, [](tev::mojom::BluetoothInstance* instance) {
+    instance->OnLEConnectionStateChange(BluetoothTevService::toMojoAddress(kPeer), false);
+  });
+  h.gatt()->cleanup();
+  EXPECT_TRUE(h.stack().Records().empty());
+  gate.Release();
+  h.bt()->cleanup();
+
+  EXPECT_THAT(h.stack().Calls(),
+              ElementsAre("notify_cb(1, c0:ff:ee:00:00:01, 3, 1, 1, 01)",
+                          "close_cb(1, 0, 1, c0:ff:ee:00:00:01)",
+                          "connection_cb(1, 1, 0, c0:ff:ee:00:00:01)", "thread_evt_cb(1)"));
+  for (const CallbackRecord& record : h.stack().Records()) {
+    EXPECT_EQ(record.thread, "bt_tev_callback") << record.text();
+  }
+}
+
+TEST(CallbackDeliveryTest, ACallbackReachesTheTableItWasBuiltForAfterAnotherIsInstalled) {
+  LibraryHarness h;
+  h.Start();
+  hostSends(h, [](tev::mojom::BluetoothInstance* instance) {
+    instance->OnLEConnectionStateChange(BluetoothTevService::toMojoAddress(kPeer), true);
+  });
+  h.stack().WaitFor("connection_cb");
+  h.stack().Clear();
+
+  CallbackThreadGate gate(h);
+  hostSends(h, notifyFromPeer);
+  btgatt_callbacks_t second{sizeof(btgatt_callbacks_t), &kSecondClientTable, nullptr, nullptr};
+  ASSERT_EQ(h.gatt()->init(&second), BT_STATUS_SUCCESS);
+  hostSends(h, notifyFromPeer);
+  gate.Release();
+  h.FlushCallbacks();
+
+  EXPECT_THAT(h.stack().Calls(), ElementsAre("notify_cb(1, c0:ff:ee:00:00:01, 3, 1, 1, 01)"));
+  EXPECT_EQ(secondTableNotifications.load(), 1);
 }
 
 }  // namespace
