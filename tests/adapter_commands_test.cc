@@ -22,10 +22,6 @@ using tev::mojom::BluetoothPropertyType;
 
 const RawAddress kDevice({0x00, 0x11, 0x22, 0x33, 0x44, 0x55});
 
-auto answer(BluetoothAdapterState state) {
-  return [state](const auto& reply) { reply.Run(state); };
-}
-
 template <typename T>
 bt_property_t propertyOf(bt_property_type_t type, T* value, int len = sizeof(T)) {
   return bt_property_t{type, len, value};
@@ -103,37 +99,6 @@ TEST(AdapterCommandsTest, HostCallsArriveInCommandOrderAndRejectedCommandsPostNo
   EXPECT_TRUE(h.logs().Contains(logging::LOG_INFO,
                                 "BluetoothTev: createBond 00:11:22:33:44:55 transport=2"));
   EXPECT_TRUE(errors(h.logs()).empty());
-}
-
-TEST(AdapterCommandsTest, OnlyAStateOfOneReportsOnWhicheverCommandAsked) {
-  LibraryHarness h;
-  {
-    InSequence order;
-    EXPECT_CALL(h.mock(), EnableAdapter(_))
-        .WillOnce(answer(BluetoothAdapterState::ON))
-        .WillOnce(answer(static_cast<BluetoothAdapterState>(2)));
-    EXPECT_CALL(h.mock(), DisableAdapter(_))
-        .WillOnce(answer(BluetoothAdapterState::ON))
-        .WillOnce(answer(BluetoothAdapterState::OFF));
-  }
-  h.Start();
-  EXPECT_EQ(h.bt()->enable(), BT_STATUS_SUCCESS);
-  EXPECT_EQ(h.bt()->enable(), BT_STATUS_SUCCESS);
-  EXPECT_EQ(h.bt()->disable(), BT_STATUS_SUCCESS);
-  EXPECT_EQ(h.bt()->disable(), BT_STATUS_SUCCESS);
-  h.stack().WaitFor("adapter_state_changed_cb", 4);
-
-  EXPECT_THAT(h.stack().Calls("adapter_state_changed_cb"),
-              ElementsAre("adapter_state_changed_cb(1)", "adapter_state_changed_cb(0)",
-                          "adapter_state_changed_cb(1)", "adapter_state_changed_cb(0)"));
-  for (const CallbackRecord& record : h.stack().Records()) {
-    EXPECT_EQ(record.thread, "bt_tev_callback") << record.text();
-  }
-  EXPECT_THAT(h.logs().Messages(),
-              ::testing::IsSupersetOf({"BluetoothTev: EnableAdapter result: 1",
-                                       "BluetoothTev: EnableAdapter result: 2",
-                                       "BluetoothTev: DisableAdapter result: 1",
-                                       "BluetoothTev: DisableAdapter result: 0"}));
 }
 
 TEST(AdapterCommandsTest, BeforeTheHostConnectsCommandsSucceedAndAreDroppedOnTheIpcThread) {

@@ -88,35 +88,6 @@ TEST(AdapterEventsTest, PropertyValuesStayValidUntilTheBusyCallbackThreadReadsTh
                                        "BluetoothTev: OnDeviceFound props=2"}));
 }
 
-TEST(AdapterEventsTest, StatesMapAsTheHalNumbersThemAndNullAddressesReadAsZero) {
-  LibraryHarness h;
-  h.Start();
-  h.host().Fire([](BluetoothInstance* instance) {
-    instance->OnDiscoveryStateChanged(BluetoothDiscoveryState::STARTED);
-    instance->OnDiscoveryStateChanged(BluetoothDiscoveryState::STOPPED);
-    instance->OnDiscoveryStateChanged(static_cast<BluetoothDiscoveryState>(2));
-    instance->OnConnectionStateChanged(device(), BluetoothDeviceType::BLE, true);
-    instance->OnConnectionStateChanged(device(), BluetoothDeviceType::BREDR, false);
-    instance->OnConnectionStateChanged(nullptr, BluetoothDeviceType::DUAL, true);
-    instance->OnBondStateChanged(BluetoothStatus::FAIL, device(), BluetoothBondState::BONDED);
-    instance->OnBondStateChanged(BluetoothStatus::SUCCESS, nullptr, BluetoothBondState::BONDING);
-  });
-  h.stack().WaitFor("bond_state_changed_cb", 2);
-  EXPECT_THAT(delivered(h),
-              ElementsAre("discovery_state_changed_cb(1)", "discovery_state_changed_cb(0)",
-                          "discovery_state_changed_cb(0)",
-                          "acl_state_changed_cb(0, 00:11:22:33:44:55, 0, 0, 0)",
-                          "acl_state_changed_cb(0, 00:11:22:33:44:55, 1, 0, 0)",
-                          "acl_state_changed_cb(0, 00:00:00:00:00:00, 0, 0, 0)",
-                          "bond_state_changed_cb(1, 00:11:22:33:44:55, 2, 0)",
-                          "bond_state_changed_cb(0, 00:00:00:00:00:00, 1, 0)"));
-  EXPECT_THAT(h.logs().Messages(),
-              ::testing::IsSupersetOf({"BluetoothTev: OnDiscoveryStateChanged state=2",
-                                       "BluetoothTev: OnConnectionStateChanged connected=1",
-                                       "BluetoothTev: OnConnectionStateChanged connected=0",
-                                       "BluetoothTev: OnBondStateChanged status=1 state=2"}));
-}
-
 void fireOneOfEach(LibraryHarness& h) {
   h.host().Fire([](BluetoothInstance* instance) {
     instance->OnAdapterProperties(BluetoothStatus::SUCCESS, phone());
