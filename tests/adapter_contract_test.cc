@@ -467,6 +467,14 @@ INSTANTIATE_TEST_SUITE_P(
                    Warning("BluetoothTev: OnBondStateChanged state=4 unknown to the "
                            "HAL, delivered as 0")})
             .Calls({"bond_state_changed_cb(1, 00:11:22:33:44:55, 0, 0)"}),
+        Row("bond_at_the_edge_of_what_the_hal_holds")
+            .With(adapterOnly())
+            .Act(HostSends([](BluetoothInstance* instance) {
+              instance->OnBondStateChanged(static_cast<BluetoothStatus>(15), device(),
+                                           static_cast<BluetoothBondState>(3));
+            }))
+            .Logs({Info("BluetoothTev: OnBondStateChanged status=15 state=3")})
+            .Calls({"bond_state_changed_cb(15, 00:11:22:33:44:55, 3, 0)"}),
         Row("bond_of_a_null_address")
             .With(adapterOnly())
             .Act(HostSends([](BluetoothInstance* instance) {
