@@ -7,6 +7,8 @@ namespace tev {
 namespace bench {
 namespace {
 
+using tev::testing::Slot;
+
 void Delivered(const uint8_t* value, size_t length) {
   CountingStack::Get().Arrived(length >= sizeof(int64_t) ? StampFrom(value) : 0);
 }
@@ -18,49 +20,54 @@ void Replied() {
 
 }  // namespace
 
+struct CountingStack::Sink {
+  using A = bt_callbacks_t;
+  using C = btgatt_client_callbacks_t;
+
+  static void Called(Slot<&A::adapter_state_changed_cb>, bt_state_t state) {
+    Get().adapterState = static_cast<int>(state);
+    Get().Changed();
+  }
+  static void Called(Slot<&C::register_client_cb>, int status, int client_if,
+                     const bluetooth::Uuid&) {
+    if (status == 0) Get().clientIf = client_if;
+    Get().Changed();
+  }
+  static void Called(Slot<&C::open_cb>, int conn_id, int status, int, const RawAddress&) {
+    if (status == 0) Get().connId = conn_id;
+    Get().Changed();
+  }
+  static void Called(Slot<&C::search_complete_cb>, int, int) {
+    ++Get().searchesCompleted;
+    Get().Changed();
+  }
+  static void Called(Slot<&C::notify_cb>, int, const btgatt_notify_params_t& params) {
+    Delivered(params.value, params.len);
+  }
+  static void Called(Slot<&C::read_characteristic_cb>, int, int, btgatt_read_params_t*) {
+    Replied();
+  }
+  static void Called(Slot<&C::write_characteristic_cb>, int, int, uint16_t, uint16_t,
+                     const uint8_t*) {
+    Replied();
+  }
+  static void Called(Slot<&C::register_for_notification_cb>, int, int, int, uint16_t) { Replied(); }
+  static void Called(Slot<&btgatt_scanner_callbacks_t::scan_result_cb>, uint16_t, uint8_t,
+                     RawAddress*, uint8_t, uint8_t, uint8_t, int8_t, int8_t, uint16_t,
+                     const std::vector<uint8_t>& adv_data, RawAddress*) {
+    Delivered(adv_data.data(), adv_data.size());
+  }
+  template <auto Member, typename... Args>
+  static void Called(Slot<Member>, const Args&...) {}
+};
+
 CountingStack& CountingStack::Get() {
   // Never destroyed: a callback still on its way at exit must find its tables.
   static CountingStack* stack = new CountingStack();
   return *stack;
 }
 
-CountingStack::CountingStack() {
-  callbacks_.size = sizeof(callbacks_);
-  callbacks_.adapter_state_changed_cb = [](bt_state_t state) {
-    Get().adapterState = static_cast<int>(state);
-    Get().Changed();
-  };
-
-  client_.register_client_cb = [](int status, int client_if, const bluetooth::Uuid&) {
-    if (status == 0) Get().clientIf = client_if;
-    Get().Changed();
-  };
-  client_.open_cb = [](int conn_id, int status, int, const RawAddress&) {
-    if (status == 0) Get().connId = conn_id;
-    Get().Changed();
-  };
-  client_.search_complete_cb = [](int, int) {
-    ++Get().searchesCompleted;
-    Get().Changed();
-  };
-  client_.notify_cb = [](int, const btgatt_notify_params_t& params) {
-    Delivered(params.value, params.len);
-  };
-  client_.read_characteristic_cb = [](int, int, btgatt_read_params_t*) { Replied(); };
-  client_.write_characteristic_cb = [](int, int, uint16_t, uint16_t, const uint8_t*) {
-    Replied();
-  };
-  client_.register_for_notification_cb = [](int, int, int, uint16_t) { Replied(); };
-  scanner_.scan_result_cb = [](uint16_t, uint8_t, RawAddress*, uint8_t, uint8_t, uint8_t, int8_t,
-                               int8_t, uint16_t, std::vector<uint8_t> adv_data, RawAddress*) {
-    Delivered(adv_data.data(), adv_data.size());
-  };
-
-  gatt_.size = sizeof(gatt_);
-  gatt_.client = &client_;
-  gatt_.server = &server_;
-  gatt_.scanner = &scanner_;
-}
+CountingStack::CountingStack() = default;
 
 void CountingStack::Arrived(int64_t sent_ns) {
   LatencySamples* samples = latency.load(std::memory_order_acquire);

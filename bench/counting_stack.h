@@ -9,22 +9,23 @@
 #include <mutex>
 
 #include "bench_support.h"
+#include "tev/testing/stack/callback_tables.h"
 
 namespace tev {
 namespace bench {
 
-// The stack's side of the callback tables, reduced to what the benchmarks watch. The hot
-// callbacks (notify_cb, scan_result_cb, read_characteristic_cb, write_characteristic_cb,
-// register_for_notification_cb) tick `delivered` and, while `latency` is set, add the time since
-// the send stamp carried in their first eight value bytes (events) or since `requestSentNs`
-// (replies). They allocate nothing. The set-up
+// The stack's side of the callback tables, wired as every stack double's are and reduced to what
+// the benchmarks watch; the other slots do nothing. The hot callbacks (notify_cb, scan_result_cb,
+// read_characteristic_cb, write_characteristic_cb, register_for_notification_cb) tick `delivered`
+// and, while `latency` is set, add the time since the send stamp carried in their first eight
+// value bytes (events) or since `requestSentNs` (replies). They allocate nothing. The set-up
 // callbacks record what the driver waits for. One instance per process.
 class CountingStack {
  public:
   static CountingStack& Get();
 
-  bt_callbacks_t* callbacks() { return &callbacks_; }
-  const btgatt_callbacks_t* gattCallbacks() { return &gatt_; }
+  bt_callbacks_t* callbacks() { return &tables_.adapter; }
+  const btgatt_callbacks_t* gattCallbacks() { return &tables_.gatt; }
 
   // Blocks until `condition` holds; it is checked after every set-up callback.
   void WaitUntil(const std::function<bool()>& condition);
@@ -46,12 +47,10 @@ class CountingStack {
 
  private:
   CountingStack();
+  // Receives the calls of the tables.
+  struct Sink;
 
-  bt_callbacks_t callbacks_{};
-  btgatt_client_callbacks_t client_{};
-  btgatt_server_callbacks_t server_{};
-  btgatt_scanner_callbacks_t scanner_{};
-  btgatt_callbacks_t gatt_{};
+  tev::testing::CallbackTables<Sink> tables_;
 
   std::mutex mutex_;
   std::condition_variable changed_cv_;

@@ -73,11 +73,6 @@ int Make(Call call, const std::vector<uint8_t>& value) {
   return -1;
 }
 
-void FlushIpcAndHost() {
-  RunOn(MojoProcessSupport::GetInstance()->getThread()->getTaskRunner(), [] { return true; });
-  SimWorld::Get().host().Flush();
-}
-
 // Time from entering the HAL call to its return, with the host withholding every reply.
 void StalledHostCall(benchmark::State& state, Call call, Pace pace) {
   SimWorld& world = SimWorld::Get();
@@ -89,7 +84,7 @@ void StalledHostCall(benchmark::State& state, Call call, Pace pace) {
   for (auto _ : state) {
     if (pace == Pace::kCold) {
       state.PauseTiming();
-      FlushIpcAndHost();
+      world.Settle();
       std::this_thread::sleep_for(kColdPause);
       state.ResumeTiming();
     }
@@ -100,7 +95,7 @@ void StalledHostCall(benchmark::State& state, Call call, Pace pace) {
       state.SkipWithError("the HAL call failed");
       break;
     }
-    if (pace == Pace::kWarm) FlushIpcAndHost();
+    if (pace == Pace::kWarm) world.Settle();
   }
   samples.Report(state);
   world.Settle();

@@ -2,10 +2,13 @@
 
 #include <hardware/bluetooth.h>
 
-#include "bench_support.h"
-#include "bluetooth_tev_service.h"
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include "base/threading/process_idle.h"
 #include "counting_stack.h"
-#include "tevbridge/MojoProcessSupport.h"
 
 extern bt_interface_t bluetoothInterface;
 
@@ -14,6 +17,9 @@ namespace bench {
 namespace {
 
 SimWorld* gWorld = nullptr;
+
+// Nothing correct comes close: a guard against a deadlock hanging the run.
+constexpr std::chrono::milliseconds kDeadlockGuard{30000};
 
 const btgatt_interface_t* Gatt() {
   return static_cast<const btgatt_interface_t*>(
@@ -60,18 +66,11 @@ SimWorld& SimWorld::Get() { return *gWorld; }
 const btgatt_client_interface_t* SimWorld::client() const { return Gatt()->client; }
 
 void SimWorld::Settle() {
-  scoped_refptr<base::SingleThreadTaskRunner> ipc =
-      MojoProcessSupport::GetInstance()->getThread()->getTaskRunner();
-  for (int round = 0; round < 3; ++round) {
-    RunOn(ipc, [] { return true; });
-    host_.Flush();
-    RunOn(ipc, [] { return true; });
-    RunThrough(
-        [](base::OnceClosure task) {
-          BluetoothTevService::GetInstance()->postToCallback(std::move(task));
-        },
-        [] { return true; });
-  }
+  std::string busy;
+  if (base::WaitForProcessIdle(kDeadlockGuard, &busy)) return;
+  std::fprintf(stderr, "the threads did not run out of work within %llds: %s\n",
+               static_cast<long long>(kDeadlockGuard.count() / 1000), busy.c_str());
+  std::abort();
 }
 
 void SimWorld::Advance(int milliseconds) {

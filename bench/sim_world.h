@@ -32,7 +32,8 @@ class SimWorld {
   const RawAddress& monitor() const { return monitor_; }
   sim::SimulatedHost& host() { return host_; }
 
-  // Every chain started so far (IPC -> host -> IPC -> callback) has run to its end.
+  // Every chain started so far (IPC -> host -> IPC -> callback) has run to its end: the process
+  // is idle.
   void Settle();
 
  private:

@@ -1,16 +1,18 @@
 #include "library_session.h"
 
 #include "answering_host.h"
-#include "base/bind.h"
 #include "bluetooth_tev_service.h"
 #include "hal_calls.h"
 #include "tev/testing/event.h"
 #include "tev/testing/flush.h"
-#include "tev/testing/run_on.h"
+#include "tev/testing/idle.h"
 #include "tevbridge/MojoProcessSupport.h"
 
 namespace tev {
 namespace stress {
+
+using Checker = CheckingStack::Checker;
+using tev::testing::TableGroup;
 
 LibrarySession::LibrarySession()
     : ipc_(MojoProcessSupport::GetInstance()->getThread()->getTaskRunner()) {
@@ -28,24 +30,29 @@ tev::mojom::BluetoothInstance* LibrarySession::library() {
 }
 
 void LibrarySession::InstallAdapter() {
-  stack_.WillInstall(Tables::kAdapter);
-  {
-    CheckingStack::HalCall call(stack_);
-    Adapter().init(stack_.callbacks(), false, false, 0, nullptr, false, nullptr);
-  }
+  InitAdapter();
   Settle();
-  stack_.Installed(Tables::kAdapter);
   adapter_installed_ = true;
 }
 
+void LibrarySession::InstallAdapterWhileBusy() {
+  InitAdapter();
+  Drain();
+  adapter_installed_ = true;
+}
+
+void LibrarySession::InitAdapter() {
+  Checker::Lifecycle init(stack_.checker(), TableGroup::kAdapter, Checker::Step::kInit);
+  CheckingStack::HalCall call(stack_);
+  Adapter().init(stack_.callbacks(), false, false, 0, nullptr, false, nullptr);
+}
+
 void LibrarySession::CleanUpAdapter() {
-  stack_.WillCleanUp(Tables::kAdapter);
   {
+    Checker::Lifecycle cleanup(stack_.checker(), TableGroup::kAdapter, Checker::Step::kCleanup);
     CheckingStack::HalCall call(stack_);
     Adapter().cleanup();
   }
-  tev::testing::FlushTaskRunner(ipc_);
-  stack_.CleanedUp(Tables::kAdapter);
   adapter_installed_ = false;
 }
 
@@ -55,49 +62,38 @@ void LibrarySession::InstallGatt(const btgatt_callbacks_t* tables) {
     if (Gatt().init(nullptr) == BT_STATUS_SUCCESS) stack_.Breach("the GATT init took no tables");
     return;
   }
-  stack_.WillInstall(Tables::kGatt);
   {
+    Checker::Lifecycle init(stack_.checker(), TableGroup::kGatt, Checker::Step::kInit);
     CheckingStack::HalCall call(stack_);
     Gatt().init(tables);
   }
-  stack_.Installed(Tables::kGatt);
   gatt_installed_ = true;
 }
 
 void LibrarySession::CleanUpGatt() {
-  stack_.WillCleanUp(Tables::kGatt);
-  if (adapter_installed_) {
-    tev::testing::Event done;
-    BluetoothTevService::GetInstance()->postToCallback(base::BindOnce(
-        [](LibrarySession* session, base::RepeatingClosure done) {
-          session->CleanUpGattHere();
-          done.Run();
-        },
-        this, done.GetCallback()));
-    done.Wait();
-  } else {
-    tev::testing::RunOn(ipc_, [this] { CleanUpGattHere(); });
-  }
-  gatt_installed_ = false;
-}
-
-void LibrarySession::CleanUpGattHere() {
   {
+    Checker::Lifecycle cleanup(stack_.checker(), TableGroup::kGatt, Checker::Step::kCleanup);
     CheckingStack::HalCall call(stack_);
     Gatt().cleanup();
   }
-  stack_.CleanedUp(Tables::kGatt);
+  gatt_installed_ = false;
+  Drain();
 }
 
 void LibrarySession::Settle() {
-  for (int round = 0; round < 3; ++round) {
-    tev::testing::FlushTaskRunner(ipc_);
-    host_.FlushHost();
+  stack_.checker().Settle([] {
+    tev::testing::WaitForIdle();
+    return true;
+  });
+}
+
+void LibrarySession::Drain() {
+  stack_.checker().Settle([this] {
     tev::testing::FlushTaskRunner(ipc_);
     tev::testing::Event delivered;
     BluetoothTevService::GetInstance()->postToCallback(delivered.GetCallback());
-    delivered.Wait();
-  }
+    return delivered.Wait();
+  });
 }
 
 }  // namespace stress

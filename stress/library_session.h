@@ -14,7 +14,7 @@ namespace tev {
 namespace stress {
 
 // The library as the stack uses it: the checking tables handed to the inits, a host double over
-// real pipes that answers every call, and the inits and clean-ups told to the checking tables.
+// real pipes that answers every call, and the inits and clean-ups told to the contract checker.
 // The lifecycle calls come from one thread, as the stack makes them.
 class LibrarySession {
  public:
@@ -32,25 +32,28 @@ class LibrarySession {
 
   bool AdapterInstalled() const { return adapter_installed_; }
   bool GattInstalled() const { return gatt_installed_; }
-  // Settles before the adapter counts as installed: the host has had its chance to call Init,
-  // and no callback started inline during init is still running.
+  // Settles before the adapter counts as installed: the host has called Init, and no callback
+  // started inline during init is still running. Only while no other thread is at work.
   void InstallAdapter();
-  // Flushes the IPC thread before the adapter counts as cleaned up, so that a callback the
-  // library started inline before the table was cleared has ended.
+  // While other threads make calls and fire events, when the process may never be idle: drains
+  // instead; Init comes when it comes.
+  void InstallAdapterWhileBusy();
   void CleanUpAdapter();
   // Null `tables` is the stack's mistake, which the library refuses; nothing changes.
   void InstallGatt(const btgatt_callbacks_t* tables);
-  // Runs the clean-up on the thread that delivers callbacks (the callback thread, or the IPC
-  // thread while there is none) and reports it done from there: no callback is half-way when it
-  // returns, and any that arrives afterwards started afterwards.
+  // Then drains, so that the checker holds the cleaned tables to their clean-up until the next
+  // init.
   void CleanUpGatt();
 
-  // Every chain started so far (IPC, host, IPC, callbacks) has run to its end.
+  // Every chain started so far (IPC, host, IPC, callbacks) has run to its end: the process is
+  // idle. Only while no other thread is at work.
   void Settle();
 
  private:
-  // On the delivering thread.
-  void CleanUpGattHere();
+  void InitAdapter();
+  // Every task queued so far on the IPC thread, then on the callback thread, has run, however busy
+  // the other threads are: the checker learns that no event built before can still arrive.
+  void Drain();
 
   CheckingStack stack_;
   tev::testing::HostDouble host_;

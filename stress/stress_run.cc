@@ -62,7 +62,7 @@ void StressRun::Lifecycle(const RunPlan& plan, Watchdog::Slot& slot) {
   for (int cycle = 0; cycle < plan.adapterCycles; ++cycle) {
     if (cycle > 0) {
       slot.Doing("bt.init");
-      session_.InstallAdapter();
+      session_.InstallAdapterWhileBusy();
     }
     slot.Doing("gatt.init");
     session_.InstallGatt(stack_.gattCallbacks());
@@ -70,16 +70,16 @@ void StressRun::Lifecycle(const RunPlan& plan, Watchdog::Slot& slot) {
       slot.Doing("letting the others work");
       WaitForWork(hal_calls_ + plan.halCallsPerGattCycle,
                   host_events_ + plan.hostEventsPerGattCycle);
-      CleanUp(Tables::kGatt, slot);
+      CleanUp(TableGroup::kGatt, slot);
       slot.Doing("gatt.init");
       session_.InstallGatt(stack_.gattCallbacks());
     }
     if (cycle % 2 == 0) {
-      CleanUp(Tables::kGatt, slot);
-      CleanUp(Tables::kAdapter, slot);
+      CleanUp(TableGroup::kGatt, slot);
+      CleanUp(TableGroup::kAdapter, slot);
     } else {
-      CleanUp(Tables::kAdapter, slot);
-      CleanUp(Tables::kGatt, slot);
+      CleanUp(TableGroup::kAdapter, slot);
+      CleanUp(TableGroup::kGatt, slot);
     }
   }
 }
@@ -97,8 +97,8 @@ void StressRun::Worked(std::atomic<uint64_t>& counter) {
   work_cv_.notify_all();
 }
 
-void StressRun::CleanUp(Tables tables, Watchdog::Slot& slot) {
-  if (tables == Tables::kAdapter) {
+void StressRun::CleanUp(TableGroup tables, Watchdog::Slot& slot) {
+  if (tables == TableGroup::kAdapter) {
     slot.Doing("bt.cleanup");
     session_.CleanUpAdapter();
   } else {

@@ -12,6 +12,8 @@
 namespace tev {
 namespace stress {
 
+using tev::testing::TableGroup;
+
 // What one run does: the adapter's init and cleanup cycles, each holding GATT init and cleanup
 // cycles, driven from the calling thread (the one thread the stack uses for those), while stack
 // threads make random HAL calls and another thread has the host fire random events, sever its
@@ -42,7 +44,7 @@ class StressRun {
   // Blocks until the producers have reached both counts.
   void WaitForWork(uint64_t halCalls, uint64_t hostEvents);
   void Worked(std::atomic<uint64_t>& counter);
-  void CleanUp(Tables tables, Watchdog::Slot& slot);
+  void CleanUp(TableGroup tables, Watchdog::Slot& slot);
   void CallHal(uint64_t seed, Watchdog::Slot& slot);
   void FireEvents(uint64_t seed, Watchdog::Slot& slot);
 

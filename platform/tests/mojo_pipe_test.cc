@@ -8,10 +8,12 @@
 #include <vector>
 
 #include "base/bind.h"
+#include "base/threading/process_idle.h"
 #include "base/threading/thread.h"
 #include "mojo_test_peers.h"
 #include "tev/testing/event.h"
 #include "tev/testing/flush.h"
+#include "tev/testing/idle.h"
 #include "tev/testing/run_on.h"
 
 namespace tev {
@@ -19,6 +21,7 @@ namespace mojopeers {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 using tev::testing::Event;
@@ -134,7 +137,7 @@ TEST_F(PipeTest, MessagesSentBeforeTheServerBindsArriveInOrderOnceItDoes) {
     echo_->Add(2, 3, NoteSum(&client_log_));
     echo_->Poke(4);
   });
-  Settle();
+  ASSERT_TRUE(FlushThread(server_));
   EXPECT_THAT(server_log_.Take(), IsEmpty());
 
   Serve(std::move(request));
@@ -150,12 +153,23 @@ TEST_F(PipeTest, ACloseBeforeTheServerBindsIsSeenAfterTheMessagesSentBeforeIt) {
     echo_->Add(1, 1, NoteSum(&client_log_));
     echo_.reset();
   });
-  Settle();
   Serve(std::move(request));
   Settle();
   EXPECT_THAT(server_log_.Take(),
               ElementsAre("poke 7 @server", "add 1+1 @server", "server error @server"));
   EXPECT_THAT(client_log_.Take(), IsEmpty());
+}
+
+TEST_F(PipeTest, AMessageNothingReadsYetKeepsTheProcessBusyAndIsNamed) {
+  mojotest::EchoRequest request = MakeEchoRequest();
+  OnClient([this] { echo_->Poke(1); });
+  std::string busy;
+  // Nothing can read the message before Serve(), so this wait must give up.
+  EXPECT_FALSE(base::WaitForProcessIdle(std::chrono::milliseconds(20), &busy));
+  EXPECT_THAT(busy, HasSubstr("1 message(s), the first tev.mojotest.Echo.Poke"));
+  Serve(std::move(request));
+  ASSERT_TRUE(tev::testing::WaitForIdle());
+  EXPECT_THAT(server_log_.Take(), ElementsAre("poke 1 @server"));
 }
 
 TEST_F(PipeTest, InterfacePointersAndRequestsTravelInMessages) {

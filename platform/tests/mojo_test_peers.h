@@ -14,7 +14,7 @@
 #include "base/bind.h"
 #include "base/threading/thread.h"
 #include "mojo/public/cpp/bindings/binding.h"
-#include "tev/testing/flush.h"
+#include "tev/testing/idle.h"
 #include "tev/testing/run_on.h"
 #include "tev/testing/thread_name.h"
 #include "testmojom/test_types.mojom.h"
@@ -176,12 +176,7 @@ class EchoPipeTest : public ::testing::Test {
   }
 
   // Lets every message in flight arrive, however many times it bounces between the threads.
-  void Settle() {
-    for (int hop = 0; hop < 3; ++hop) {
-      ASSERT_TRUE(tev::testing::FlushThread(server_));
-      ASSERT_TRUE(tev::testing::FlushThread(client_));
-    }
-  }
+  void Settle() { ASSERT_TRUE(tev::testing::WaitForIdle()); }
 
   Journal server_log_;
   Journal client_log_;

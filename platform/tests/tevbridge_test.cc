@@ -19,7 +19,7 @@
 #include "mojo/public/cpp/bindings/binding.h"
 #include "mojom/tev_bridge.mojom.h"
 #include "tev/testing/event.h"
-#include "tev/testing/flush.h"
+#include "tev/testing/idle.h"
 #include "tev/testing/log_capture.h"
 #include "tev/testing/run_on.h"
 #include "tev/testing/thread_name.h"
@@ -35,7 +35,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using tev::testing::CurrentThreadName;
 using tev::testing::Event;
-using tev::testing::FlushTaskRunner;
 using tev::testing::RunOn;
 
 // What happened, in order, each entry followed by " @" and the thread it happened on.
@@ -135,12 +134,7 @@ class TevBridgeTest : public ::testing::Test {
   }
 
   // Lets a request travel to the IPC thread, to the host and back.
-  void Settle() {
-    for (int hop = 0; hop < 2; ++hop) {
-      ASSERT_TRUE(FlushTaskRunner(ipc()));
-      ASSERT_TRUE(tev::testing::FlushThread(mHostThread));
-    }
-  }
+  void Settle() { ASSERT_TRUE(tev::testing::WaitForIdle()); }
 
   // The bridge support lives for the process, as the library's does.
   TevBridgeSupport* mSupport = new TevBridgeSupport(MojoProcessSupport::GetInstance());

@@ -25,6 +25,12 @@ TimerId VirtualClock::Schedule(base::TimeDelta delay, base::OnceClosure task) {
   const TimerId id = next_id_++;
   timers_.emplace(std::make_pair(due, id), std::move(task));
   due_by_id_[id] = due;
+  // A timer due already runs without waiting for an Advance, as a task of its own: a process that
+  // has come to rest then has no timer left that is due.
+  if (due <= now_us_.load() && !run_due_posted_) {
+    run_due_posted_ = true;
+    host_->PostTask(FROM_HERE, base::BindOnce(&VirtualClock::RunDue, base::Unretained(this)));
+  }
   return id;
 }
 
@@ -47,6 +53,11 @@ bool VirtualClock::Advance(base::TimeDelta duration) {
   // The target is fixed here, so timers that the run schedules past it stay pending.
   const int64_t target = now_us_.load() + std::max<int64_t>(duration.InMicroseconds(), 0);
   return RunAndWait(host_, base::BindOnce(&VirtualClock::RunUntil, base::Unretained(this), target));
+}
+
+void VirtualClock::RunDue() {
+  run_due_posted_ = false;
+  RunUntil(now_us_.load());
 }
 
 void VirtualClock::RunUntil(int64_t target_us) {

@@ -89,6 +89,12 @@ void HostCore::Restart() {
   CallInit();
 }
 
+void HostCore::SendEvent(const std::string& method, const std::string& summary,
+                         base::OnceCallback<void(tev::mojom::BluetoothInstance*)> call) {
+  ctx_.Send(method.c_str(), summary,
+            [&](tev::mojom::BluetoothInstance* instance) { std::move(call).Run(instance); });
+}
+
 void HostCore::ResetRuntime() {
   adapter_.Reset();
   le_.DropAll(false);

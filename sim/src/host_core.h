@@ -31,6 +31,8 @@ class HostCore : public tev::mojom::TevBridgeHost, public tev::mojom::BluetoothH
   void Sever(Pipe pipe);
   void SeverAfter(Pipe pipe, base::TimeDelta delay);
   void Restart();
+  void SendEvent(const std::string& method, const std::string& summary,
+                 base::OnceCallback<void(tev::mojom::BluetoothInstance*)> call);
 
   // TevBridgeHost.
   void OnBluetoothInstanceReady(tev::mojom::BluetoothInstancePtr instance) override;

@@ -102,6 +102,14 @@ void SimulatedHost::Restart() {
   PostToHost(base::BindOnce([](HostCore* core) { core->Restart(); }));
 }
 
+void SimulatedHost::SendEvent(const std::string& method, const std::string& summary, InstanceCall call) {
+  PostToHost(base::BindOnce(
+      [](const std::string& method, const std::string& summary, InstanceCall call, HostCore* core) {
+        core->SendEvent(method, summary, std::move(call));
+      },
+      method, summary, std::move(call)));
+}
+
 void SimulatedHost::Flush() {
   if (started_ && !stopped_) RunAndWait(thread_.task_runner(), base::BindOnce([] {}));
 }

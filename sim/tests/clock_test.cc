@@ -1,5 +1,5 @@
 // The clocks every delay of the host goes through: virtual time runs timers in due order, on the
-// host thread, only when advanced.
+// host thread, only when advanced, but for those due at once.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -10,6 +10,7 @@
 #include "base/threading/thread.h"
 #include "tev/sim/clock.h"
 #include "tev/testing/event.h"
+#include "tev/testing/idle.h"
 #include "tev/testing/run_on.h"
 #include "tev/testing/thread_name.h"
 #include "timer_set.h"
@@ -72,6 +73,14 @@ TEST_F(VirtualClockTest, RunsDueTimersInOrderOnTheHostThreadOnlyWhenAdvanced) {
   EXPECT_EQ(clock_->Now().InMilliseconds(), 899);
   ASSERT_TRUE(clock_->Advance(TimeDelta::FromMilliseconds(1)));
   EXPECT_THAT(ran_, ElementsAre("late@900"));
+}
+
+TEST_F(VirtualClockTest, ATimerDueAtOnceRunsBeforeTheProcessIsIdle) {
+  At(0, "now");
+  At(1, "later");
+  ASSERT_TRUE(tev::testing::WaitForIdle());
+  EXPECT_THAT(ran_, ElementsAre("now@0"));
+  EXPECT_EQ(clock_->Now(), TimeDelta());
 }
 
 TEST_F(VirtualClockTest, TimersScheduledByTimersRunWithinTheSameAdvance) {

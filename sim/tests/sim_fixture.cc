@@ -2,10 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "bluetooth_tev_service.h"
-#include "tev/testing/event.h"
-#include "tev/testing/flush.h"
-#include "tevbridge/MojoProcessSupport.h"
+#include "tev/testing/idle.h"
 
 namespace tev {
 namespace sim {
@@ -16,7 +13,7 @@ SimFixture::~SimFixture() {
   if (!started_) return;
   gatt()->cleanup();
   bt()->cleanup();
-  FlushIpc();
+  tev::testing::WaitForIdle();
   host_.Stop();
 }
 
@@ -40,36 +37,7 @@ const btgatt_interface_t* SimFixture::gatt() const {
   return static_cast<const btgatt_interface_t*>(bt()->get_profile_interface(BT_PROFILE_GATT_ID));
 }
 
-void SimFixture::FlushIpc() {
-  MojoThread* thread = MojoProcessSupport::GetInstance()->getThread();
-  tev::testing::FlushTaskRunner(thread ? thread->getTaskRunner() : nullptr);
-}
-
-void SimFixture::FlushCallbacks() {
-  tev::testing::Event delivered;
-  BluetoothTevService::GetInstance()->postToCallback(delivered.GetCallback());
-  delivered.Wait();
-}
-
-void SimFixture::Settle() {
-  // Each round moves every pending chain on by at least one host round trip; a chain may be
-  // longer than any fixed number of rounds (a service with many attributes), so rounds go on
-  // until one of them changes nothing the host or the stack can see.
-  size_t seen = Progress();
-  for (;;) {
-    FlushIpc();
-    host_.Flush();
-    FlushIpc();
-    FlushCallbacks();
-    const size_t now = Progress();
-    if (now == seen) return;
-    seen = now;
-  }
-}
-
-size_t SimFixture::Progress() const {
-  return host_.journal().Entries().size() + stack_.Calls().size();
-}
+void SimFixture::Settle() { tev::testing::WaitForIdle(); }
 
 void SimFixture::Advance(int milliseconds) {
   Settle();

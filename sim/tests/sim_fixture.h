@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "base/time/time.h"
-#include "recording_stack.h"
 #include "tev/sim/simulated_host.h"
 #include "tev/testing/log_capture.h"
+#include "tev/testing/stack/recording_stack.h"
 
 extern bt_interface_t bluetoothInterface;
 
@@ -30,7 +30,8 @@ class SimFixture {
   // enable, answered with adapter_state_changed_cb(1).
   void Enable();
 
-  // Lets every chain started so far (IPC -> host -> IPC -> callback) run to its end.
+  // Lets every chain started so far (IPC -> host -> IPC -> callback) run to its end, and every
+  // timer due run: waits until the whole process is idle.
   void Settle();
   // Moves virtual time on, then settles what the timers sent.
   void Advance(int milliseconds);
@@ -45,11 +46,6 @@ class SimFixture {
   std::vector<std::string> Journal(const std::string& method, JournalEntry::Direction direction) const;
 
  private:
-  void FlushIpc();
-  void FlushCallbacks();
-  // Grows with every journal entry and every recorded callback.
-  size_t Progress() const;
-
   tev::testing::LogCapture logs_;
   tev::testing::RecordingStack stack_;
   SimulatedHost host_;

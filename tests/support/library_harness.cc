@@ -4,6 +4,7 @@
 
 #include "tev/testing/event.h"
 #include "tev/testing/flush.h"
+#include "tev/testing/idle.h"
 
 namespace tev {
 namespace testing {
@@ -17,8 +18,7 @@ LibraryHarness::~LibraryHarness() {
   if (!started_) return;
   if (options_.initGatt) gatt()->cleanup();
   bt()->cleanup();
-  FlushIpc();
-  host_.FlushHost();
+  WaitForIdle();
 }
 
 void LibraryHarness::Start() {
@@ -50,14 +50,7 @@ void LibraryHarness::FlushCallbacks() {
   delivered.Wait();
 }
 
-void LibraryHarness::Settle() {
-  for (int round = 0; round < 3; ++round) {
-    FlushIpc();
-    host_.FlushHost();
-    FlushIpc();
-    FlushCallbacks();
-  }
-}
+void LibraryHarness::Settle() { WaitForIdle(); }
 
 }  // namespace testing
 }  // namespace tev

@@ -5,9 +5,9 @@
 
 #include "bluetooth_tev_service.h"
 #include "host_double.h"
-#include "recording_stack.h"
 #include "tev/testing/log_capture.h"
 #include "tev/testing/run_on.h"
+#include "tev/testing/stack/recording_stack.h"
 
 extern bt_interface_t bluetoothInterface;
 
@@ -27,7 +27,7 @@ class LibraryHarness {
 
   LibraryHarness();
   explicit LibraryHarness(const Options& options);
-  // Cleans the GATT table and the adapter up if Start() ran, and waits for the IPC thread.
+  // Cleans the GATT table and the adapter up if Start() ran, and waits until the process is idle.
   ~LibraryHarness();
 
   // init through the table, then waits until the library has acknowledged the host's Init
@@ -48,7 +48,8 @@ class LibraryHarness {
   void FlushIpc();
   // Every callback posted so far has been delivered.
   void FlushCallbacks();
-  // Lets every chain started so far (IPC -> host -> IPC -> callback) run to its end.
+  // Lets every chain started so far (IPC -> host -> IPC -> callback) run to its end: waits until
+  // the whole process is idle.
   void Settle();
   // Runs `task` on the IPC thread and returns its result.
   template <typename F>

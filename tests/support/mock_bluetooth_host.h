@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <tuple>
+
 #include "mojom/bluetooth.mojom.h"
 
 namespace tev {
@@ -62,6 +64,42 @@ class MockBluetoothHost : public tev::mojom::BluetoothHost {
               (int32_t, Address, bool, const std::vector<uint8_t>&, const SendIndicationCallback&),
               (override));
 };
+
+// Pins every GATT and LE scan call to none; expectations set afterwards take precedence, so a
+// contract row can list exactly the host calls it leads to.
+inline void ExpectNoGattCall(MockBluetoothHost& host) {
+  using ::testing::_;
+  EXPECT_CALL(host, ConnectLEDevice(_)).Times(0);
+  EXPECT_CALL(host, DisconnectLEDevice(_)).Times(0);
+  EXPECT_CALL(host, SearchService(_)).Times(0);
+  EXPECT_CALL(host, GetGattDB(_)).Times(0);
+  EXPECT_CALL(host, ReadGattCharacteristic(_, _, _, _)).Times(0);
+  EXPECT_CALL(host, WriteGattCharacteristic(_, _, _, _, _, _)).Times(0);
+  EXPECT_CALL(host, ReadGattDescriptor(_, _, _, _, _)).Times(0);
+  EXPECT_CALL(host, WriteGattDescriptor(_, _, _, _, _, _)).Times(0);
+  EXPECT_CALL(host, ExecuteWrite(_, _, _)).Times(0);
+  EXPECT_CALL(host, RegisterForGattNotification(_, _, _, _)).Times(0);
+  EXPECT_CALL(host, DeregisterForGattNotification(_, _, _, _)).Times(0);
+  EXPECT_CALL(host, ReadRemoteRssi(_, _)).Times(0);
+  EXPECT_CALL(host, StartLEScan()).Times(0);
+  EXPECT_CALL(host, StopLEScan()).Times(0);
+  EXPECT_CALL(host, AddService(_, _, _)).Times(0);
+  EXPECT_CALL(host, AddCharacteristic(_, _, _, _, _)).Times(0);
+  EXPECT_CALL(host, StartService(_, _)).Times(0);
+  EXPECT_CALL(host, AddDescriptor(_, _, _, _)).Times(0);
+  EXPECT_CALL(host, StopService(_, _)).Times(0);
+  EXPECT_CALL(host, DeleteService(_, _)).Times(0);
+  EXPECT_CALL(host, SendIndication(_, _, _, _, _)).Times(0);
+}
+
+// An action for a host call with a reply: runs the reply, always the call's last argument, with
+// `values`.
+template <typename... T>
+auto ReplyWith(T... values) {
+  return [values...](const auto&... args) {
+    std::get<sizeof...(args) - 1>(std::tie(args...)).Run(values...);
+  };
+}
 
 // Matches an address record holding exactly these bytes.
 MATCHER_P(AddressIs, raw, "") {

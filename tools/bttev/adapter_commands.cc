@@ -4,10 +4,10 @@
 #include <cstring>
 
 #include "base/strings/stringprintf.h"
-#include "callback_tables.h"
 #include "command_table.h"
-#include "record_fields.h"
+#include "partial_tables.h"
 #include "session.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {
@@ -30,17 +30,26 @@ const std::vector<std::string> kPropertyNames = {"",
 
 const std::vector<std::string> kTransports = {"auto", "bredr", "le"};
 
-bool init(Session& session, CommandArgs& args, std::string*) {
-  // Installed before the call: the callback thread may call back before init returns.
-  session.SetInstalled(Table::kAdapter, true);
-  return CallForStatus(session, args, "init(callbacks)", [&] {
-    return session.bt()->init(AdapterCallbacks(), false, false, 0, nullptr, false, nullptr);
-  });
+bool init(Session& session, CommandArgs& args, std::string* error) {
+  bt_callbacks_t* tables = nullptr;
+  std::string shown = "callbacks";
+  if (args.IsNull(0)) {
+    shown = "null";
+  } else {
+    std::vector<std::string> without;
+    if (!WithoutSlots(args, 0, &without, error)) return false;
+    tables = without.empty() ? AdapterCallbacks() : AdapterTablesWithout(without, error);
+    if (!tables) return false;
+    for (const std::string& slot : without) shown += " without " + slot;
+  }
+  ContractChecker::Lifecycle lifecycle(session.checker(), TableGroup::kAdapter, ContractChecker::Step::kInit);
+  return CallForStatus(session, args, "init(" + shown + ")",
+                       [&] { return session.bt()->init(tables, false, false, 0, nullptr, false, nullptr); });
 }
 
 bool cleanup(Session& session, CommandArgs&, std::string*) {
+  ContractChecker::Lifecycle lifecycle(session.checker(), TableGroup::kAdapter, ContractChecker::Step::kCleanup);
   session.CallVoid("cleanup()", [&] { session.bt()->cleanup(); });
-  session.SetInstalled(Table::kAdapter, false);
   return true;
 }
 
@@ -101,6 +110,10 @@ bool setDiscoverableTimeout(Session& session, CommandArgs& args, std::string* er
 }
 
 bool setAdapterProperty(Session& session, CommandArgs& args, std::string* error) {
+  if (args.IsNull(0)) {
+    return CallForStatus(session, args, "set_adapter_property(null)",
+                         [&] { return session.bt()->set_adapter_property(nullptr); });
+  }
   const int64_t type = args.Choice(0, "property type", kPropertyNames);
   std::vector<uint8_t> value = args.Bytes(1, "the value");
   if (!args.ok()) return (*error = args.error(), false);
@@ -109,21 +122,23 @@ bool setAdapterProperty(Session& session, CommandArgs& args, std::string* error)
 }
 
 bool getRemoteDeviceProperties(Session& session, CommandArgs& args, std::string* error) {
-  RawAddress address = args.Address(0);
+  RawAddress storage;
+  RawAddress* address = args.AddressOrNull(0, &storage);
   if (!args.ok()) return (*error = args.error(), false);
-  return CallForStatus(session, args, "get_remote_device_properties(" + address.ToString() + ")",
-                       [&] { return session.bt()->get_remote_device_properties(&address); });
+  return CallForStatus(session, args, "get_remote_device_properties(" + AddressText(address) + ")",
+                       [&] { return session.bt()->get_remote_device_properties(address); });
 }
 
 bool getRemoteDeviceProperty(Session& session, CommandArgs& args, std::string* error) {
-  RawAddress address = args.Address(0);
+  RawAddress storage;
+  RawAddress* address = args.AddressOrNull(0, &storage);
   const int64_t type = args.Choice(1, "property type", kPropertyNames);
   if (!args.ok()) return (*error = args.error(), false);
   return CallForStatus(
       session, args,
-      base::StringPrintf("get_remote_device_property(%s, %lld)", address.ToString().c_str(),
+      base::StringPrintf("get_remote_device_property(%s, %lld)", AddressText(address).c_str(),
                          static_cast<long long>(type)),
-      [&] { return session.bt()->get_remote_device_property(&address, static_cast<bt_property_type_t>(type)); });
+      [&] { return session.bt()->get_remote_device_property(address, static_cast<bt_property_type_t>(type)); });
 }
 
 bool startDiscovery(Session& session, CommandArgs& args, std::string*) {
@@ -135,39 +150,43 @@ bool cancelDiscovery(Session& session, CommandArgs& args, std::string*) {
 }
 
 bool createBond(Session& session, CommandArgs& args, std::string* error) {
-  const RawAddress address = args.Address(0);
+  RawAddress storage;
+  const RawAddress* address = args.AddressOrNull(0, &storage);
   const int64_t transport = args.has(1) ? args.Choice(1, "transport", kTransports) : 0;
   if (!args.ok()) return (*error = args.error(), false);
   return CallForStatus(
       session, args,
-      base::StringPrintf("create_bond(%s, %lld)", address.ToString().c_str(), static_cast<long long>(transport)),
-      [&] { return session.bt()->create_bond(&address, static_cast<int>(transport)); });
+      base::StringPrintf("create_bond(%s, %lld)", AddressText(address).c_str(), static_cast<long long>(transport)),
+      [&] { return session.bt()->create_bond(address, static_cast<int>(transport)); });
 }
 
 bool removeBond(Session& session, CommandArgs& args, std::string* error) {
-  const RawAddress address = args.Address(0);
+  RawAddress storage;
+  const RawAddress* address = args.AddressOrNull(0, &storage);
   if (!args.ok()) return (*error = args.error(), false);
-  return CallForStatus(session, args, "remove_bond(" + address.ToString() + ")",
-                       [&] { return session.bt()->remove_bond(&address); });
+  return CallForStatus(session, args, "remove_bond(" + AddressText(address) + ")",
+                       [&] { return session.bt()->remove_bond(address); });
 }
 
 bool cancelBond(Session& session, CommandArgs& args, std::string* error) {
-  const RawAddress address = args.Address(0);
+  RawAddress storage;
+  const RawAddress* address = args.AddressOrNull(0, &storage);
   if (!args.ok()) return (*error = args.error(), false);
-  return CallForStatus(session, args, "cancel_bond(" + address.ToString() + ")",
-                       [&] { return session.bt()->cancel_bond(&address); });
+  return CallForStatus(session, args, "cancel_bond(" + AddressText(address) + ")",
+                       [&] { return session.bt()->cancel_bond(address); });
 }
 
 bool getConnectionState(Session& session, CommandArgs& args, std::string* error) {
-  const RawAddress address = args.Address(0);
+  RawAddress storage;
+  const RawAddress* address = args.AddressOrNull(0, &storage);
   if (!args.ok()) return (*error = args.error(), false);
-  args.Returned(session.CallValue("get_connection_state(" + address.ToString() + ")",
-                                  [&] { return session.bt()->get_connection_state(&address); }),
+  args.Returned(session.CallValue("get_connection_state(" + AddressText(address) + ")",
+                                  [&] { return session.bt()->get_connection_state(address); }),
                 false);
   return true;
 }
 
-bool dump(Session& session, CommandArgs&, std::string* error) {
+bool dump(Session& session, CommandArgs& args, std::string* error) {
   int fds[2];
   if (pipe(fds) != 0) return (*error = "cannot make a pipe for dump", false);
   session.CallVoid("dump(fd)", [&] { session.bt()->dump(fds[1], nullptr); });
@@ -179,42 +198,51 @@ bool dump(Session& session, CommandArgs&, std::string* error) {
   close(fds[0]);
   while (!text.empty() && text.back() == '\n') text.pop_back();
   session.transcript().Note("dump: " + text);
+  args.ReturnedText(text);
   return true;
 }
 
 }  // namespace
 
 std::vector<CommandEntry> AdapterCommands() {
+  constexpr size_t kMany = 64;
   return {
-      {"bt", "", "init", "", "init with complete callback tables; the HAL associates its callback thread", 0, 0, true,
-       init},
-      {"bt", "", "cleanup", "", "cleanup: the callback thread disassociates and stops", 0, 0, false, cleanup},
-      {"bt", "", "enable", "", "enable the adapter (adapter_state_changed_cb follows)", 0, 0, true, enable},
-      {"bt", "", "disable", "", "disable the adapter", 0, 0, true, disable},
+      {"bt", "", "init", "[null | --without SLOT...]",
+       "init with complete callback tables (or none, or some slots left null); the HAL associates its callback "
+       "thread",
+       0, kMany, true, init, "init --without adapter_state_changed_cb"},
+      {"bt", "", "cleanup", "", "cleanup: the callback thread disassociates and stops", 0, 0, false, cleanup,
+       "cleanup"},
+      {"bt", "", "enable", "", "enable the adapter (adapter_state_changed_cb follows)", 0, 0, true, enable, "enable"},
+      {"bt", "", "disable", "", "disable the adapter", 0, 0, true, disable, "disable"},
       {"bt", "", "get_adapter_properties", "", "ask for the adapter's properties (adapter_properties_cb follow)", 0, 0,
-       true, getAdapterProperties},
+       true, getAdapterProperties, "get_adapter_properties"},
       {"bt", "", "get_adapter_property", "TYPE",
        "ask for one property: bdname, bdaddr, uuids, class_of_device, scan_mode, bonded_devices, ... or a number", 1, 1,
-       true, getAdapterProperty},
-      {"bt", "", "set_name", "NAME", "set the adapter's name", 1, 1, true, setName},
+       true, getAdapterProperty, "get_adapter_property bdname"},
+      {"bt", "", "set_name", "NAME", "set the adapter's name", 1, 1, true, setName, "set_name \"Pixel Guest\""},
       {"bt", "", "set_scan_mode", "none|connectable|discoverable", "set the adapter's scan mode", 1, 1, true,
-       setScanMode},
+       setScanMode, "set_scan_mode discoverable"},
       {"bt", "", "set_discoverable_timeout", "SECONDS", "set the discoverable time-out", 1, 1, true,
-       setDiscoverableTimeout},
-      {"bt", "", "set_adapter_property", "TYPE VALUE", "set any property to raw bytes", 2, 2, true, setAdapterProperty},
-      {"bt", "", "get_remote_device_properties", "ADDR", "ask for a device's properties", 1, 1, true,
-       getRemoteDeviceProperties},
-      {"bt", "", "get_remote_device_property", "ADDR TYPE", "ask for one property of a device", 2, 2, true,
-       getRemoteDeviceProperty},
+       setDiscoverableTimeout, "set_discoverable_timeout 120"},
+      {"bt", "", "set_adapter_property", "TYPE VALUE | null", "set any property to raw bytes, or pass no property", 1,
+       2, true, setAdapterProperty, "set_adapter_property scan_mode 02000000"},
+      {"bt", "", "get_remote_device_properties", "ADDR|null", "ask for a device's properties", 1, 1, true,
+       getRemoteDeviceProperties, "get_remote_device_properties 02:51:c0:00:00:01"},
+      {"bt", "", "get_remote_device_property", "ADDR|null TYPE", "ask for one property of a device", 2, 2, true,
+       getRemoteDeviceProperty, "get_remote_device_property 02:51:c0:00:00:01 bdname"},
       {"bt", "", "start_discovery", "", "start discovering classic devices (device_found_cb follow)", 0, 0, true,
-       startDiscovery},
-      {"bt", "", "cancel_discovery", "", "stop discovering", 0, 0, true, cancelDiscovery},
-      {"bt", "", "create_bond", "ADDR [auto|bredr|le]", "bond with a device (bond_state_changed_cb follow)", 1, 2, true,
-       createBond},
-      {"bt", "", "remove_bond", "ADDR", "forget a bond", 1, 1, true, removeBond},
-      {"bt", "", "cancel_bond", "ADDR", "cancel a bonding in progress", 1, 1, true, cancelBond},
-      {"bt", "", "get_connection_state", "ADDR", "the HAL's answer, not a status", 1, 1, true, getConnectionState},
-      {"bt", "", "dump", "", "the HAL's diagnostic dump", 0, 0, false, dump},
+       startDiscovery, "start_discovery"},
+      {"bt", "", "cancel_discovery", "", "stop discovering", 0, 0, true, cancelDiscovery, "cancel_discovery"},
+      {"bt", "", "create_bond", "ADDR|null [auto|bredr|le]", "bond with a device (bond_state_changed_cb follow)", 1, 2,
+       true, createBond, "create_bond 02:51:c0:00:00:01 bredr"},
+      {"bt", "", "remove_bond", "ADDR|null", "forget a bond", 1, 1, true, removeBond, "remove_bond 02:51:c0:00:00:01"},
+      {"bt", "", "cancel_bond", "ADDR|null", "cancel a bonding in progress", 1, 1, true, cancelBond,
+       "cancel_bond 02:51:c0:00:00:01"},
+      {"bt", "", "get_connection_state", "ADDR|null", "the HAL's answer, not a status", 1, 1, true, getConnectionState,
+       "get_connection_state 02:51:c0:00:00:01 returns 0"},
+      {"bt", "", "dump", "", "the HAL's diagnostic dump; 'returns' checks its text", 0, 0, true, dump,
+       "dump returns \"BluetoothTev: Mojo bridge to Quarne OS\"", true},
   };
 }
 

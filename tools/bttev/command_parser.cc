@@ -80,53 +80,21 @@ bool ParseScript(const std::string& text, const std::string& file, std::vector<S
   return true;
 }
 
-bool ParseExpectation(const std::vector<Token>& tokens, Expectation* expectation, std::string* error) {
-  *expectation = Expectation();
-  size_t i = 0;
-  std::vector<Token> words;
-  for (; i < tokens.size(); ++i) {
-    if (!tokens[i].quoted && tokens[i].text == "within") {
-      if (i + 2 != tokens.size()) {
-        *error = "'within' takes one duration and ends the line";
-        return false;
-      }
-      if (!ParseDuration(tokens[i + 1].text, &expectation->within)) {
-        *error = "bad duration '" + tokens[i + 1].text + "' (examples: 500ms, 2s)";
-        return false;
-      }
-      expectation->hasWithin = true;
-      break;
-    }
-    words.push_back(tokens[i]);
+namespace {
+
+const std::vector<std::pair<std::string, int>> kSeverities = {
+    {"VERBOSE", -1}, {"INFO", 0}, {"WARNING", 1}, {"ERROR", 2}, {"FATAL", 3}};
+
+std::string severityName(int severity) {
+  for (const auto& [name, value] : kSeverities) {
+    if (value == severity) return name;
   }
-  if (words.empty()) {
-    *error = "expect needs a callback name, 'no CALLBACK' or 'log \"TEXT\"'";
-    return false;
-  }
-  size_t w = 0;
-  if (!words[0].quoted && words[0].text == "log") {
-    if (words.size() != 2) {
-      *error = "expect log takes one text";
-      return false;
-    }
-    expectation->log = true;
-    expectation->logText = words[1].text;
-    return true;
-  }
-  if (!words[0].quoted && words[0].text == "no") {
-    expectation->negated = true;
-    ++w;
-    if (expectation->hasWithin) {
-      *error = "'expect no' checks once every thread is idle; it takes no 'within'";
-      return false;
-    }
-  }
-  if (w >= words.size()) {
-    *error = "expect no needs a callback name";
-    return false;
-  }
-  expectation->pattern.callback = words[w++].text;
-  for (; w < words.size(); ++w) {
+  return std::to_string(severity);
+}
+
+// FIELD=VALUE and FIELD=?VAR words.
+bool parseFields(const std::vector<Token>& words, size_t from, std::vector<FieldPattern>* fields, std::string* error) {
+  for (size_t w = from; w < words.size(); ++w) {
     const std::string& word = words[w].text;
     const size_t eq = word.find('=');
     if (eq == std::string::npos || eq == 0) {
@@ -141,9 +109,102 @@ bool ParseExpectation(const std::vector<Token>& tokens, Expectation* expectation
       field.capture = field.value.substr(1);
       field.value.clear();
     }
-    expectation->pattern.fields.push_back(std::move(field));
+    fields->push_back(std::move(field));
   }
-  return ResolvePattern(&expectation->pattern, error);
+  return true;
+}
+
+bool parseLog(const std::vector<Token>& words, size_t w, LogPattern* log, std::string* error) {
+  for (; w + 1 < words.size() && !words[w].quoted; ++w) {
+    bool known = false;
+    for (const auto& [name, value] : kSeverities) {
+      if (words[w].text == name) {
+        log->severity = value;
+        known = true;
+      }
+    }
+    if (words[w].text == "exact") {
+      log->exact = true;
+      known = true;
+    }
+    if (!known) break;
+  }
+  if (w + 1 != words.size()) {
+    *error = "expect log takes [INFO|WARNING|ERROR] [exact] and one text";
+    return false;
+  }
+  log->text = words[w].text;
+  return true;
+}
+
+}  // namespace
+
+bool LogPattern::Matches(int lineSeverity, const std::string& line) const {
+  if (severity != kAnySeverity && severity != lineSeverity) return false;
+  return exact ? line == text : line.find(text) != std::string::npos;
+}
+
+std::string LogPattern::ToString() const {
+  return "log line" + (severity == kAnySeverity ? "" : " at " + severityName(severity)) +
+         (exact ? " equal to \"" : " containing \"") + text + "\"";
+}
+
+bool ParseExpectation(const std::vector<Token>& tokens, Expectation* expectation, std::string* error) {
+  *expectation = Expectation();
+  std::vector<Token> words;
+  for (size_t i = 0; i < tokens.size(); ++i) {
+    if (!tokens[i].quoted && tokens[i].text == "within") {
+      if (i + 2 != tokens.size()) {
+        *error = "'within' takes one duration and ends the line";
+        return false;
+      }
+      if (!ParseDuration(tokens[i + 1].text, &expectation->within)) {
+        *error = "bad duration '" + tokens[i + 1].text + "' (examples: 500ms, 2s)";
+        return false;
+      }
+      expectation->hasWithin = true;
+      break;
+    }
+    words.push_back(tokens[i]);
+  }
+  size_t w = 0;
+  auto keyword = [&](const char* word) {
+    if (w < words.size() && !words[w].quoted && words[w].text == word) return ++w, true;
+    return false;
+  };
+  expectation->negated = keyword("no");
+  expectation->next = !expectation->negated && keyword("next");
+  if (expectation->negated && expectation->hasWithin) {
+    *error = "'expect no' checks once every thread is idle; it takes no 'within'";
+    return false;
+  }
+  if (w >= words.size()) {
+    *error = "expect needs a callback name, 'no', 'next', 'log \"TEXT\"' or 'host METHOD'";
+    return false;
+  }
+  if (expectation->next && !words[w].quoted && (words[w].text == "log" || words[w].text == "host")) {
+    *error = "'expect next' takes a callback, not '" + words[w].text + "'";
+    return false;
+  }
+  if (keyword("log")) {
+    expectation->kind = Expectation::Kind::kLog;
+    return parseLog(words, w, &expectation->log, error);
+  }
+  if (keyword("host")) {
+    expectation->kind = Expectation::Kind::kHost;
+    if (w >= words.size()) {
+      *error = "expect host needs a method name (EnableAdapter, ReadGattCharacteristic ...)";
+      return false;
+    }
+    if (expectation->hasWithin) {
+      *error = "'expect host' checks once every thread is idle; it takes no 'within'";
+      return false;
+    }
+    expectation->host.method = words[w++].text;
+    return parseFields(words, w, &expectation->host.fields, error);
+  }
+  expectation->pattern.callback = words[w++].text;
+  return parseFields(words, w, &expectation->pattern.fields, error) && ResolvePattern(&expectation->pattern, error);
 }
 
 }  // namespace bttev

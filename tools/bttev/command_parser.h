@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "event_pattern.h"
+#include "host_pattern.h"
 
 namespace tev {
 namespace bttev {
@@ -32,12 +33,29 @@ bool Tokenize(const std::string& text, std::vector<Token>* tokens, std::string* 
 // Every non-empty line of `text`. Errors read "file:line: reason".
 bool ParseScript(const std::string& text, const std::string& file, std::vector<ScriptLine>* lines, std::string* error);
 
-// expect [no] CALLBACK [FIELD=VALUE | FIELD=?VAR]... [within DURATION]
-// expect log "TEXT" [within DURATION]
+// A log line as an expectation names it: a severity (INFO, WARNING, ERROR, or any), and text the
+// line contains or, when exact, equals.
+struct LogPattern {
+  static constexpr int kAnySeverity = -100;
+  int severity = kAnySeverity;
+  bool exact = false;
+  std::string text;
+
+  bool Matches(int lineSeverity, const std::string& line) const;
+  std::string ToString() const;
+};
+
+// expect [no|next] CALLBACK [FIELD=VALUE | FIELD=?VAR]... [within DURATION]
+// expect [no] log [SEVERITY] [exact] "TEXT" [within DURATION]
+// expect [no] host METHOD [FIELD=VALUE | FIELD=?VAR]...
 struct Expectation {
+  enum class Kind { kCallback, kLog, kHost };
+  Kind kind = Kind::kCallback;
   bool negated = false;
-  bool log = false;
-  std::string logText;
+  // The next callback to arrive must be this one.
+  bool next = false;
+  LogPattern log;
+  HostPattern host;
   EventPattern pattern;
   std::chrono::milliseconds within{0};
   bool hasWithin = false;

@@ -2,9 +2,11 @@
 
 #include <hardware/bluetooth.h>
 
-#include "callback_tables.h"
+#include <algorithm>
+
 #include "script_values.h"
 #include "session.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {
@@ -49,6 +51,12 @@ RawAddress CommandArgs::Address(size_t i) {
   return address;
 }
 
+RawAddress* CommandArgs::AddressOrNull(size_t i, RawAddress* storage) {
+  if (IsNull(i)) return nullptr;
+  *storage = Address(i);
+  return storage;
+}
+
 bluetooth::Uuid CommandArgs::Uuid(size_t i) {
   bluetooth::Uuid uuid = bluetooth::Uuid::kEmpty;
   if (!has(i) || !ParseUuid(words_[i].text, &uuid)) {
@@ -84,9 +92,19 @@ std::string CommandEntry::Usage() const {
 const std::vector<CommandEntry>& Commands() {
   static const std::vector<CommandEntry> kCommands = [] {
     std::vector<CommandEntry> all;
-    for (auto part : {AdapterCommands, GattClientCommands, GattServerCommands, ControlCommands}) {
+    for (auto part :
+         {AdapterCommands, AdapterExtraCommands, GattClientCommands, GattClientExtraCommands, GattServerCommands,
+          ScannerCommands, AdvertiserCommands, HostEventCommands, ExpectCommands, ControlCommands}) {
       for (CommandEntry& entry : part()) all.push_back(std::move(entry));
     }
+    // Each section together, as 'help' lists them.
+    const std::vector<std::string> sections = {"bt",      "gatt",       "client", "server",
+                                               "scanner", "advertiser", "host",   "script"};
+    auto rank = [&](const CommandEntry& entry) {
+      return std::find(sections.begin(), sections.end(), entry.section) - sections.begin();
+    };
+    std::stable_sort(all.begin(), all.end(),
+                     [&](const CommandEntry& a, const CommandEntry& b) { return rank(a) < rank(b); });
     return all;
   }();
   return kCommands;
@@ -122,6 +140,19 @@ const CommandEntry* FindCommand(const std::vector<Token>& tokens, size_t* argSta
   }
   *error = "unknown command '" + first + " " + tokens[1].text + "' (try 'help " + first + "')";
   return nullptr;
+}
+
+std::string AddressText(const RawAddress* address) { return address ? address->ToString() : "null"; }
+
+bool WithoutSlots(const CommandArgs& args, size_t from, std::vector<std::string>* slots, std::string* error) {
+  for (size_t i = from; i < args.size(); i += 2) {
+    if (args.token(i).text != "--without" || !args.has(i + 1)) {
+      *error = "expected '--without SLOT', not '" + args.token(i).text + "'";
+      return false;
+    }
+    slots->push_back(args.token(i + 1).text);
+  }
+  return true;
 }
 
 bool CallForStatus(Session& session, CommandArgs& args, const std::string& call, const std::function<int()>& body) {
@@ -160,10 +191,24 @@ const char kExpectHelp[] =
     "    char:2a37=HANDLE, service:180d=HANDLE, desc:2902=HANDLE.\n"
     "    DURATION (default 5s, real time) only guards against a deadlock: with the virtual\n"
     "    clock nothing the host schedules happens until 'advance'.\n"
+    "      e.g. expect read_characteristic_cb conn_id=$conn status=0 value=01 within 1s\n"
+    "expect next CALLBACK [FIELD=VALUE | FIELD=?VAR]... [within DURATION]\n"
+    "    The oldest callback not taken yet (waiting for one if none came) must be this one.\n"
+    "      e.g. expect next client.close_cb conn_id=$conn\n"
     "expect no CALLBACK [FIELD=VALUE]...\n"
     "    Once every thread is idle, no such callback is queued.\n"
-    "expect log \"TEXT\" [within DURATION]\n"
-    "    A log line containing TEXT (the library's lines begin \"BluetoothTev: \").\n";
+    "      e.g. expect no notify_cb\n"
+    "expect [no] log [INFO|WARNING|ERROR] [exact] \"TEXT\" [within DURATION]\n"
+    "    A log line (of that severity) containing TEXT, or equal to it with 'exact', that no\n"
+    "    earlier expectation took (the library's lines begin \"BluetoothTev: \"). With 'no': once\n"
+    "    every thread is idle, no such line is there to take.\n"
+    "      e.g. expect log ERROR exact \"BluetoothTev: enable - host not ready\"\n"
+    "expect [no] host METHOD [FIELD=VALUE | FIELD=?VAR]...\n"
+    "    Once every thread is idle, the host received METHOD (a call from the library, or the\n"
+    "    library's reply to a request such as RequestGattRead) with those fields of its journal\n"
+    "    entry ('host journal' shows them); the oldest such entry no earlier expectation took.\n"
+    "    Numbers compare by value, the rest as text: service=180d@1 char=2a38@4.\n"
+    "      e.g. expect host ReadGattCharacteristic addr=02:51:b0:00:00:01 char=2a38@4\n";
 
 }  // namespace
 
@@ -189,6 +234,7 @@ std::string HelpText(const std::string& topic) {
       text += "\n" + section + ":\n";
     }
     text += "  " + entry.Usage() + "\n      " + entry.summary + "\n";
+    if (!entry.example.empty()) text += "      e.g. " + entry.example + "\n";
   }
   if (text.empty()) return "no help on '" + topic + "'; try 'help'\n";
   if (topic.empty()) {
@@ -198,7 +244,7 @@ std::string HelpText(const std::string& topic) {
         "# starts a comment. A HAL call must return 0 (success) unless the line ends with\n"
         "'returns STATUS'.\n" +
         text + "\n" + kExpectHelp +
-        "\n'help SECTION' (bt, gatt, client, server, scanner, host, script), 'help callbacks'.\n";
+        "\n'help SECTION' (bt, gatt, client, server, scanner, advertiser, host, script), 'help callbacks'.\n";
   }
   return text;
 }

@@ -35,6 +35,9 @@ class CommandArgs {
   // A name from `names` (its index is the value) or a number.
   int64_t Choice(size_t i, const char* what, const std::vector<std::string>& names);
   RawAddress Address(size_t i);
+  // The word "null" gives a null pointer; anything else an address kept in `storage`.
+  RawAddress* AddressOrNull(size_t i, RawAddress* storage);
+  bool IsNull(size_t i) const { return has(i) && !words_[i].quoted && words_[i].text == "null"; }
   bluetooth::Uuid Uuid(size_t i);
   std::vector<uint8_t> Bytes(size_t i, const char* what);
   std::chrono::microseconds Duration(size_t i);
@@ -51,18 +54,23 @@ class CommandArgs {
   }
   std::optional<int64_t> returned() const { return returned_; }
   bool returnedStatus() const { return returnedStatus_; }
+  // A result that is not a number: a text, or "null" / "non-null" for a pointer.
+  void ReturnedText(std::string text) { returnedText_ = std::move(text); }
+  const std::optional<std::string>& returnedText() const { return returnedText_; }
 
  private:
   std::vector<Token> words_;
   std::string error_;
   std::optional<int64_t> returned_;
   bool returnedStatus_ = false;
+  std::optional<std::string> returnedText_;
 };
 
 using CommandHandler = bool (*)(Session& session, CommandArgs& args, std::string* error);
 
 struct CommandEntry {
-  // Where 'help' lists it: "bt", "gatt", "client", "server", "scanner", "host", "script".
+  // Where 'help' lists it: "bt", "gatt", "client", "server", "scanner", "advertiser", "host",
+  // "script".
   std::string section;
   // "" for commands of one word; otherwise the first word ("client", "server", "scanner" ...).
   std::string group;
@@ -74,14 +82,24 @@ struct CommandEntry {
   // A HAL call: the line may end with "returns STATUS".
   bool halCall = false;
   CommandHandler handler = nullptr;
+  // A line that uses it, for 'help'.
+  std::string example;
+  // 'returns' compares text ("null", "non-null", or what the call gave) rather than a status.
+  bool textResult = false;
 
   std::string Usage() const;
 };
 
 // Each part of the language, defined next to its handlers.
 std::vector<CommandEntry> AdapterCommands();
+std::vector<CommandEntry> AdapterExtraCommands();
+std::vector<CommandEntry> ScannerCommands();
+std::vector<CommandEntry> AdvertiserCommands();
+std::vector<CommandEntry> HostEventCommands();
 std::vector<CommandEntry> GattClientCommands();
+std::vector<CommandEntry> GattClientExtraCommands();
 std::vector<CommandEntry> GattServerCommands();
+std::vector<CommandEntry> ExpectCommands();
 std::vector<CommandEntry> ControlCommands();
 
 const std::vector<CommandEntry>& Commands();
@@ -89,6 +107,11 @@ const std::vector<CommandEntry>& Commands();
 // Shared by the handlers: makes a HAL call that returns a bt_status_t and keeps the result for
 // 'returns'; always true, since a status is checked after the handler.
 bool CallForStatus(Session& session, CommandArgs& args, const std::string& call, const std::function<int()>& body);
+// "null" or the address.
+std::string AddressText(const RawAddress* address);
+// The slots named by "--without SLOT" pairs from argument `from` on; false with `error` for any
+// other word.
+bool WithoutSlots(const CommandArgs& args, size_t from, std::vector<std::string>* slots, std::string* error);
 // The GATT table once the arguments read so far are good; null with `error` otherwise.
 const btgatt_interface_t* GattTableFor(Session& session, CommandArgs& args, std::string* error);
 

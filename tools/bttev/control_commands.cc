@@ -1,5 +1,5 @@
-// The script's own commands (expectations, time, variables, narration) and the simulated host's
-// controls (faults, severed pipes, restarts, its journal).
+// The script's own commands (time, variables, narration) and the simulated host's controls
+// (faults, severed pipes, restarts, its journal).
 #include "base/strings/stringprintf.h"
 #include "command_table.h"
 #include "script_values.h"
@@ -8,53 +8,6 @@
 namespace tev {
 namespace bttev {
 namespace {
-
-constexpr size_t kShownPending = 8;
-
-std::string pendingList(Session& session) {
-  const std::vector<CallbackEvent> pending = session.events().Pending();
-  if (pending.empty()) return "no callback is waiting to be taken";
-  std::string text = base::StringPrintf("%zu callback(s) came and are not taken", pending.size());
-  const size_t first = pending.size() > kShownPending ? pending.size() - kShownPending : 0;
-  text += first ? base::StringPrintf("; the last %zu:", kShownPending) : ":";
-  for (size_t i = first; i < pending.size(); ++i) text += "\n    " + pending[i].ToString();
-  return text;
-}
-
-bool expect(Session& session, CommandArgs& args, std::string* error) {
-  Expectation expectation;
-  if (!ParseExpectation(args.tokens(), &expectation, error)) return false;
-  const std::chrono::milliseconds limit = expectation.hasWithin ? expectation.within : Session::kDeadlockGuard;
-  const std::string waited = base::StringPrintf("%.3gs", static_cast<double>(limit.count()) / 1000);
-  const std::string hint =
-      session.virtualTime() ? "\n  (the host's clock is virtual: what it schedules happens only after 'advance')" : "";
-  if (expectation.log) {
-    if (!LibraryLog::Get().WaitFor(expectation.logText, limit)) {
-      *error = "no log line containing \"" + expectation.logText + "\" within " + waited + hint;
-      return false;
-    }
-    session.CountExpectationMet();
-    return true;
-  }
-  if (expectation.negated) {
-    if (!session.Settle(error)) return false;
-    if (std::optional<CallbackEvent> event = session.events().Find(expectation.pattern)) {
-      *error = "expected no " + expectation.pattern.ToString() + ", but got " + event->ToString();
-      return false;
-    }
-    session.CountExpectationMet();
-    return true;
-  }
-  Variables captures;
-  if (!session.events().Take(expectation.pattern, limit, &captures)) {
-    *error = "expected " + expectation.pattern.ToString() + " within " + waited + ", but it did not come; " +
-             pendingList(session) + hint;
-    return false;
-  }
-  for (const auto& [name, value] : captures) session.variables()[name] = value;
-  session.CountExpectationMet();
-  return true;
-}
 
 bool advance(Session& session, CommandArgs& args, std::string* error) {
   const std::chrono::microseconds duration = args.Duration(0);
@@ -170,22 +123,28 @@ bool journal(Session& session, CommandArgs& args, std::string* error) {
 std::vector<CommandEntry> ControlCommands() {
   constexpr size_t kMany = 256;
   return {
-      {"script", "", "expect", "CALLBACK [FIELD=VALUE|FIELD=?VAR]... [within DURATION]",
-       "wait for a callback ('help expect')", 1, kMany, false, expect},
       {"script", "", "advance", "DURATION", "let the host's time pass (virtual clock: run its timers now)", 1, 1, false,
-       advance},
-      {"script", "", "settle", "", "wait until no thread has work left", 0, 0, false, settle},
-      {"script", "", "set", "VAR VALUE", "set $VAR", 2, 2, false, set},
-      {"script", "", "say", "TEXT...", "print a heading in the transcript", 1, kMany, false, say},
-      {"script", "", "clear", "", "forget the callbacks no expectation took", 0, 0, false, clear},
-      {"script", "", "help", "[TOPIC]", "this text, or the commands of one section", 0, 2, false, help},
+       advance, "advance 100ms"},
+      {"script", "", "settle", "", "wait until no thread has work left", 0, 0, false, settle, "settle"},
+      {"script", "", "set", "VAR VALUE", "set $VAR", 2, 2, false, set, "set heart 02:51:b0:00:00:01"},
+      {"script", "", "say", "TEXT...", "print a heading in the transcript", 1, kMany, false, say,
+       "say Reading the sensor location"},
+      {"script", "", "clear", "", "forget the callbacks no expectation took", 0, 0, false, clear, "clear"},
+      {"script", "", "help", "[TOPIC]", "this text, or the commands of one section", 0, 2, false, help, "help client"},
       {"host", "host", "fault", "METHOD [result=N] [delay=D] [never] [sever=PIPE] [times=N]",
-       "make the host's handling of a BluetoothHost method go wrong", 1, 6, false, fault},
-      {"host", "host", "clear_faults", "[METHOD]", "remove one method's fault, or all", 0, 1, false, clearFaults},
-      {"host", "host", "sever", "PIPE", "close a pipe from the host's side, as a crash would", 1, 1, false, sever},
-      {"host", "host", "restart", "", "restart the host's Bluetooth service (Init follows)", 0, 0, false, restart},
-      {"host", "host", "init", "", "the host calls Init again with a fresh pipe", 0, 0, false, callInit},
-      {"host", "host", "journal", "[N]", "print the host's journal (its last N entries)", 0, 1, false, journal},
+       "make the host's handling of a BluetoothHost method go wrong", 1, 6, false, fault,
+       "host fault ReadGattCharacteristic result=1 times=1"},
+      {"host", "host", "clear_faults", "[METHOD]", "remove one method's fault, or all", 0, 1, false, clearFaults,
+       "host clear_faults ReadGattCharacteristic"},
+      {"host", "host", "sever", "PIPE", "close a pipe from the host's side, as a crash would", 1, 1, false, sever,
+       "host sever BluetoothHost"},
+      {"host", "host", "restart", "", "restart the host's Bluetooth service (Init follows)", 0, 0, false, restart,
+       "host restart"},
+      {"host", "host", "init", "",
+       "the host calls Init (again) with a fresh pipe; this releases an Init held by 'host hold-init'", 0, 0, false,
+       callInit, "host init"},
+      {"host", "host", "journal", "[N]", "print the host's journal (its last N entries)", 0, 1, false, journal,
+       "host journal 10"},
   };
 }
 

@@ -2,7 +2,7 @@
 
 #include <sstream>
 
-#include "record_fields.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {

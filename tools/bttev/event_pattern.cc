@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
-#include "callback_tables.h"
-#include "record_fields.h"
 #include "script_values.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "callback_event.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {

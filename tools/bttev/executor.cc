@@ -1,23 +1,24 @@
 #include "executor.h"
 
 #include <cctype>
+#include <optional>
 
 #include "base/strings/stringprintf.h"
-#include "record_fields.h"
 #include "session.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {
 namespace {
 
 // The command and its argument words, without a trailing "returns STATUS".
-bool resolve(const ScriptLine& line, const CommandEntry** entry, std::vector<Token>* words, std::string* expected,
-             std::string* error) {
+bool resolve(const ScriptLine& line, const CommandEntry** entry, std::vector<Token>* words,
+             std::optional<std::string>* expected, std::string* error) {
   size_t argStart = 0;
   *entry = FindCommand(line.tokens, &argStart, error);
   if (!*entry) return false;
   words->assign(line.tokens.begin() + static_cast<std::ptrdiff_t>(argStart), line.tokens.end());
-  expected->clear();
+  expected->reset();
   if ((*entry)->halCall && words->size() >= 2 && !(*words)[words->size() - 2].quoted &&
       (*words)[words->size() - 2].text == "returns") {
     *expected = words->back().text;
@@ -36,11 +37,12 @@ bool ValidateScript(const std::vector<ScriptLine>& lines, std::string* error) {
   for (const ScriptLine& line : lines) {
     const CommandEntry* entry = nullptr;
     std::vector<Token> words;
-    std::string expected;
+    std::optional<std::string> expected;
     std::string reason;
     bool ok = resolve(line, &entry, &words, &expected, &reason);
     int64_t status = 0;
-    if (ok && !expected.empty() && expected[0] != '$' && !ParseStatus(expected, &status)) {
+    if (ok && !entry->textResult && expected && !expected->empty() && (*expected)[0] != '$' &&
+        !ParseStatus(*expected, &status)) {
       reason = "'returns' takes a status: success, fail, unsupported, parm_invalid ... or a number";
       ok = false;
     }
@@ -97,7 +99,7 @@ bool Executor::Execute(const ScriptLine& line, std::string* error) {
   std::string reason;
   const CommandEntry* entry = nullptr;
   std::vector<Token> words;
-  std::string expected;
+  std::optional<std::string> expected;
   if (!substitute(&expanded.tokens, &reason) || !resolve(expanded, &entry, &words, &expected, &reason)) {
     *error = line.Where() + ": " + reason;
     return false;
@@ -107,12 +109,22 @@ bool Executor::Execute(const ScriptLine& line, std::string* error) {
     *error = line.Where() + ": " + reason;
     return false;
   }
+  const std::string command = entry->group.empty() ? entry->name : entry->group + " " + entry->name;
+  if (const std::optional<std::string>& text = args.returnedText()) {
+    if (!expected || *text == *expected) return true;
+    *error = line.Where() + ": " + command + " returned \"" + *text + "\", expected \"" + *expected + "\"";
+    return false;
+  }
   const std::optional<int64_t> returned = args.returned();
+  if (!returned && expected) {
+    *error = line.Where() + ": " + command + " gave no result for 'returns' to check";
+    return false;
+  }
   if (!returned) return true;
   int64_t wanted = 0;
-  if (!expected.empty()) {
-    if (!ParseStatus(expected, &wanted)) {
-      *error = line.Where() + ": 'returns' takes a status, not '" + expected + "'";
+  if (expected) {
+    if (!ParseStatus(*expected, &wanted)) {
+      *error = line.Where() + ": 'returns' takes a status, not '" + *expected + "'";
       return false;
     }
   } else if (!args.returnedStatus()) {
@@ -121,7 +133,6 @@ bool Executor::Execute(const ScriptLine& line, std::string* error) {
   if (*returned != wanted) {
     const std::string got = args.returnedStatus() ? StatusLabel(static_cast<int>(*returned)) : "";
     const std::string want = args.returnedStatus() ? StatusLabel(static_cast<int>(wanted)) : "";
-    const std::string command = entry->group.empty() ? entry->name : entry->group + " " + entry->name;
     *error = base::StringPrintf("%s: %s returned %lld%s, expected %lld%s", line.Where().c_str(), command.c_str(),
                                 static_cast<long long>(*returned), got.empty() ? "" : (" (" + got + ")").c_str(),
                                 static_cast<long long>(wanted), want.empty() ? "" : (" (" + want + ")").c_str());

@@ -1,9 +1,9 @@
-// The GATT profile's init and cleanup, its client table and the scanner, as the stack calls them.
+// The GATT profile's init and cleanup and its client table, as the stack calls them.
 #include "base/strings/stringprintf.h"
-#include "callback_tables.h"
 #include "command_table.h"
-#include "record_fields.h"
+#include "partial_tables.h"
 #include "session.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {
@@ -18,17 +18,28 @@ const std::vector<std::string> kWriteTypes = {"", "no_response", "default", "pre
 std::string addr(const RawAddress& address) { return address.ToString(); }
 
 bool gattInit(Session& session, CommandArgs& args, std::string* error) {
+  const btgatt_callbacks_t* tables = nullptr;
+  std::string shown = "callbacks";
+  if (args.IsNull(0)) {
+    shown = "null";
+  } else {
+    std::vector<std::string> without;
+    if (!WithoutSlots(args, 0, &without, error)) return false;
+    tables = without.empty() ? GattCallbacks() : GattTablesWithout(without, error);
+    if (!tables) return false;
+    for (const std::string& slot : without) shown += " without " + slot;
+  }
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
   if (!gatt) return false;
-  session.SetInstalled(Table::kGattClient, true);
-  return CallForStatus(session, args, "gatt.init(callbacks)", [&] { return gatt->init(GattCallbacks()); });
+  ContractChecker::Lifecycle lifecycle(session.checker(), TableGroup::kGatt, ContractChecker::Step::kInit);
+  return CallForStatus(session, args, "gatt.init(" + shown + ")", [&] { return gatt->init(tables); });
 }
 
 bool gattCleanup(Session& session, CommandArgs& args, std::string* error) {
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
   if (!gatt) return false;
+  ContractChecker::Lifecycle lifecycle(session.checker(), TableGroup::kGatt, ContractChecker::Step::kCleanup);
   session.CallVoid("gatt.cleanup()", [&] { gatt->cleanup(); });
-  session.SetInstalled(Table::kGattClient, false);
   return true;
 }
 
@@ -108,22 +119,19 @@ bool getGattDb(Session& session, CommandArgs& args, std::string* error) {
 // Characteristics and descriptors are read alike: conn_id, handle, no authentication.
 using ReadSlot = bt_status_t (*btgatt_client_interface_t::*)(int, uint16_t, int);
 
-bool readAttribute(Session& session, CommandArgs& args, std::string* error, const char* name,
-                   ReadSlot slot) {
+bool readAttribute(Session& session, CommandArgs& args, std::string* error, const char* name, ReadSlot slot) {
   const int64_t connId = args.Int(0, "conn_id");
   const int64_t handle = args.Int(1, "handle");
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
   if (!gatt) return false;
   return CallForStatus(
       session, args,
-      base::StringPrintf("client.%s(%lld, %lld)", name, static_cast<long long>(connId),
-                         static_cast<long long>(handle)),
+      base::StringPrintf("client.%s(%lld, %lld)", name, static_cast<long long>(connId), static_cast<long long>(handle)),
       [&] { return (gatt->client->*slot)(static_cast<int>(connId), static_cast<uint16_t>(handle), 0); });
 }
 
 bool readCharacteristic(Session& session, CommandArgs& args, std::string* error) {
-  return readAttribute(session, args, error, "read_characteristic",
-                       &btgatt_client_interface_t::read_characteristic);
+  return readAttribute(session, args, error, "read_characteristic", &btgatt_client_interface_t::read_characteristic);
 }
 
 bool writeCharacteristic(Session& session, CommandArgs& args, std::string* error) {
@@ -144,8 +152,7 @@ bool writeCharacteristic(Session& session, CommandArgs& args, std::string* error
 }
 
 bool readDescriptor(Session& session, CommandArgs& args, std::string* error) {
-  return readAttribute(session, args, error, "read_descriptor",
-                       &btgatt_client_interface_t::read_descriptor);
+  return readAttribute(session, args, error, "read_descriptor", &btgatt_client_interface_t::read_descriptor);
 }
 
 bool writeDescriptor(Session& session, CommandArgs& args, std::string* error) {
@@ -237,106 +244,55 @@ bool deviceType(Session& session, CommandArgs& args, std::string* error) {
   return true;
 }
 
-bool registerScanner(Session& session, CommandArgs& args, std::string* error) {
-  const bluetooth::Uuid uuid = args.Uuid(0);
-  const btgatt_interface_t* gatt = GattTableFor(session, args, error);
-  if (!gatt) return false;
-  session.CallVoid("scanner.RegisterScanner(" + UuidText(uuid) + ", callback)",
-                   [&] { gatt->scanner->RegisterScanner(uuid, ScannerRegisteredCallback()); });
-  return true;
-}
-
-bool unregisterScanner(Session& session, CommandArgs& args, std::string* error) {
-  const int64_t scannerId = args.Int(0, "scanner_id");
-  const btgatt_interface_t* gatt = GattTableFor(session, args, error);
-  if (!gatt) return false;
-  session.CallVoid(base::StringPrintf("scanner.Unregister(%lld)", static_cast<long long>(scannerId)),
-                   [&] { gatt->scanner->Unregister(static_cast<int>(scannerId)); });
-  return true;
-}
-
-bool scan(Session& session, CommandArgs& args, std::string* error) {
-  const bool start = args.Choice(0, "scan", {"off", "on"}) != 0;
-  const btgatt_interface_t* gatt = GattTableFor(session, args, error);
-  if (!gatt) return false;
-  session.CallVoid(start ? "scanner.Scan(true)" : "scanner.Scan(false)", [&] { gatt->scanner->Scan(start); });
-  return true;
-}
-
-bool setScanParameters(Session& session, CommandArgs& args, std::string* error) {
-  const int64_t scannerId = args.Int(0, "scanner_id");
-  const int64_t interval = args.Int(1, "interval (0.625 ms units)");
-  const int64_t window = args.Int(2, "window (0.625 ms units)");
-  const btgatt_interface_t* gatt = GattTableFor(session, args, error);
-  if (!gatt) return false;
-  session.CallVoid(
-      base::StringPrintf("scanner.SetScanParameters(%lld, %lld, %lld, callback)", static_cast<long long>(scannerId),
-                         static_cast<long long>(interval), static_cast<long long>(window)),
-      [&] {
-        gatt->scanner->SetScanParameters(static_cast<int>(scannerId), static_cast<int>(interval),
-                                         static_cast<int>(window), ScannerStatusCallback("set_parameters_cb"));
-      });
-  return true;
-}
-
-bool filterEnable(Session& session, CommandArgs& args, std::string* error) {
-  const bool enable = args.Choice(0, "filtering", {"off", "on"}) != 0;
-  const btgatt_interface_t* gatt = GattTableFor(session, args, error);
-  if (!gatt) return false;
-  session.CallVoid(enable ? "scanner.ScanFilterEnable(true, callback)" : "scanner.ScanFilterEnable(false, callback)",
-                   [&] { gatt->scanner->ScanFilterEnable(enable, ScanFilterEnableCallback()); });
-  return true;
-}
-
 }  // namespace
 
 std::vector<CommandEntry> GattClientCommands() {
+  constexpr size_t kMany = 64;
+  const std::string hr = "02:51:b0:00:00:01";
   return {
-      {"gatt", "gatt", "init", "", "get_profile_interface(\"gatt\"), then its init with complete callback tables", 0, 0,
-       true, gattInit},
-      {"gatt", "gatt", "cleanup", "", "the GATT table's cleanup", 0, 0, false, gattCleanup},
+      {"gatt", "gatt", "init", "[null | --without TABLE|TABLE.SLOT...]",
+       "get_profile_interface(\"gatt\"), then its init with complete callback tables (or none, or with tables or "
+       "slots left null)",
+       0, kMany, true, gattInit, "gatt init --without scanner --without client.notify_cb"},
+      {"gatt", "gatt", "cleanup", "", "the GATT table's cleanup", 0, 0, false, gattCleanup, "gatt cleanup"},
       {"client", "client", "register", "UUID", "register a client application (register_client_cb gives client_if)", 1,
-       1, true, registerClient},
-      {"client", "client", "unregister", "CLIENT_IF", "unregister a client", 1, 1, true, unregisterClient},
+       1, true, registerClient, "client register 0000aaaa-0000-1000-8000-00805f9b34fb"},
+      {"client", "client", "unregister", "CLIENT_IF", "unregister a client", 1, 1, true, unregisterClient,
+       "client unregister $client"},
       {"client", "client", "connect", "CLIENT_IF ADDR", "direct LE connection (open_cb gives conn_id)", 2, 2, true,
-       connect},
+       connect, "client connect $client " + hr},
       {"client", "client", "disconnect", "CLIENT_IF ADDR CONN_ID", "disconnect (close_cb follows)", 3, 3, true,
-       disconnect},
-      {"client", "client", "refresh", "CLIENT_IF ADDR", "forget the device's cached database", 2, 2, true, refresh},
+       disconnect, "client disconnect $client " + hr + " $conn"},
+      {"client", "client", "refresh", "CLIENT_IF ADDR", "forget the device's cached database", 2, 2, true, refresh,
+       "client refresh $client " + hr},
       {"client", "client", "search", "CONN_ID [UUID]", "discover services (search_complete_cb, get_gatt_db_cb)", 1, 2,
-       true, search},
+       true, search, "client search $conn 180d"},
       {"client", "client", "get_gatt_db", "CONN_ID", "ask for the database again (get_gatt_db_cb)", 1, 1, true,
-       getGattDb},
+       getGattDb, "client get_gatt_db $conn"},
       {"client", "client", "read", "CONN_ID HANDLE", "read a characteristic (read_characteristic_cb)", 2, 2, true,
-       readCharacteristic},
+       readCharacteristic, "client read $conn $location"},
       {"client", "client", "write", "CONN_ID HANDLE VALUE [no_response|default|prepare]",
-       "write a characteristic (write_characteristic_cb)", 3, 4, true, writeCharacteristic},
+       "write a characteristic (write_characteristic_cb)", 3, 4, true, writeCharacteristic,
+       "client write $conn $control 01 default"},
       {"client", "client", "read_descriptor", "CONN_ID HANDLE", "read a descriptor (read_descriptor_cb)", 2, 2, true,
-       readDescriptor},
+       readDescriptor, "client read_descriptor $conn $cccd"},
       {"client", "client", "write_descriptor", "CONN_ID HANDLE VALUE", "write a descriptor (write_descriptor_cb)", 3, 3,
-       true, writeDescriptor},
+       true, writeDescriptor, "client write_descriptor $conn $cccd 0100"},
       {"client", "client", "execute_write", "CONN_ID 1|0", "execute or cancel prepared writes (execute_write_cb)", 2, 2,
-       true, executeWrite},
+       true, executeWrite, "client execute_write $conn 1"},
       {"client", "client", "register_notification", "CLIENT_IF ADDR HANDLE",
-       "subscribe to a characteristic (register_for_notification_cb, then notify_cb)", 3, 3, true,
-       registerNotification},
+       "subscribe to a characteristic (register_for_notification_cb, then notify_cb)", 3, 3, true, registerNotification,
+       "client register_notification $client " + hr + " $measurement"},
       {"client", "client", "deregister_notification", "CLIENT_IF ADDR HANDLE", "unsubscribe", 3, 3, true,
-       deregisterNotification},
+       deregisterNotification, "client deregister_notification $client " + hr + " $measurement"},
       {"client", "client", "read_rssi", "CLIENT_IF ADDR", "read the link's RSSI (read_remote_rssi_cb)", 2, 2, true,
-       readRssi},
+       readRssi, "client read_rssi $client " + hr},
       {"client", "client", "configure_mtu", "CONN_ID MTU", "ask for an MTU (configure_mtu_cb)", 2, 2, true,
-       configureMtu},
-      {"client", "client", "read_phy", "ADDR", "read the PHY (client.read_phy_cb, inline)", 1, 1, true, readPhy},
+       configureMtu, "client configure_mtu $conn 247"},
+      {"client", "client", "read_phy", "ADDR", "read the PHY (client.read_phy_cb, inline)", 1, 1, true, readPhy,
+       "client read_phy " + hr},
       {"client", "client", "device_type", "ADDR", "get_device_type: the HAL's answer, not a status", 1, 1, true,
-       deviceType},
-      {"scanner", "scanner", "register", "UUID", "RegisterScanner (scanner.register_cb, inline, gives scanner_id)", 1,
-       1, false, registerScanner},
-      {"scanner", "scanner", "unregister", "SCANNER_ID", "Unregister", 1, 1, false, unregisterScanner},
-      {"scanner", "scanner", "scan", "on|off", "start or stop LE scanning (scan_result_cb)", 1, 1, false, scan},
-      {"scanner", "scanner", "set_parameters", "SCANNER_ID INTERVAL WINDOW",
-       "SetScanParameters (scanner.set_parameters_cb, inline)", 3, 3, false, setScanParameters},
-      {"scanner", "scanner", "filter_enable", "on|off", "ScanFilterEnable (scanner.filter_enable_cb, inline)", 1, 1,
-       false, filterEnable},
+       deviceType, "client device_type " + hr + " returns 2"},
   };
 }
 

@@ -3,11 +3,10 @@
 
 #include "base/strings/string_split.h"
 #include "base/strings/stringprintf.h"
-#include "callback_tables.h"
 #include "command_table.h"
-#include "record_fields.h"
 #include "script_values.h"
 #include "session.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {
@@ -225,6 +224,23 @@ bool sendResponse(Session& session, CommandArgs& args, std::string* error) {
       });
 }
 
+bool setPreferredPhy(Session& session, CommandArgs& args, std::string* error) {
+  const RawAddress address = args.Address(0);
+  const int64_t tx = args.Int(1, "tx_phy");
+  const int64_t rx = args.Int(2, "rx_phy");
+  const int64_t options = args.has(3) ? args.Int(3, "phy_options") : 0;
+  const btgatt_interface_t* gatt = GattTableFor(session, args, error);
+  if (!gatt) return false;
+  return CallForStatus(
+      session, args,
+      base::StringPrintf("server.set_preferred_phy(%s, %lld, %lld, %lld)", addr(address).c_str(),
+                         static_cast<long long>(tx), static_cast<long long>(rx), static_cast<long long>(options)),
+      [&] {
+        return gatt->server->set_preferred_phy(address, static_cast<uint8_t>(tx), static_cast<uint8_t>(rx),
+                                               static_cast<uint16_t>(options));
+      });
+}
+
 bool readPhy(Session& session, CommandArgs& args, std::string* error) {
   const RawAddress address = args.Address(0);
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
@@ -236,27 +252,34 @@ bool readPhy(Session& session, CommandArgs& args, std::string* error) {
 }  // namespace
 
 std::vector<CommandEntry> GattServerCommands() {
+  const std::string phone = "02:51:d0:00:00:01";
   return {
       {"server", "server", "register", "UUID", "register a server application (register_server_cb gives server_if)", 1,
-       1, true, registerServer},
-      {"server", "server", "unregister", "SERVER_IF", "unregister a server", 1, 1, true, unregisterServer},
+       1, true, registerServer, "server register 0000bbbb-0000-1000-8000-00805f9b34fb"},
+      {"server", "server", "unregister", "SERVER_IF", "unregister a server", 1, 1, true, unregisterServer,
+       "server unregister $server"},
       {"server", "server", "connect", "SERVER_IF ADDR", "connect to a remote client (connection_cb)", 2, 2, true,
-       connect},
-      {"server", "server", "disconnect", "SERVER_IF ADDR CONN_ID", "disconnect a remote client", 3, 3, true,
-       disconnect},
-      {"server", "server", "add_service", "SERVER_IF ELEMENT...",
+       connect, "server connect $server " + phone},
+      {"server", "server", "disconnect", "SERVER_IF ADDR CONN_ID", "disconnect a remote client", 3, 3, true, disconnect,
+       "server disconnect $server " + phone + " $conn"},
+      {"server", "server", "add_service", "SERVER_IF [ELEMENT...]",
        "publish a service: service:UUID, then char:UUID[:PROPS[:PERMS]] and desc:UUID[:PERMS] "
-       "(service_added_cb gives the handles)",
-       2, 64, true, addService},
+       "(service_added_cb gives the handles); no elements passes an empty list",
+       1, 64, true, addService,
+       "server add_service $server service:180d char:2a37:read|notify:read desc:2902:read|write"},
       {"server", "server", "stop_service", "SERVER_IF SERVICE_HANDLE", "stop a service (service_stopped_cb)", 2, 2,
-       true, stopService},
+       true, stopService, "server stop_service $server $service"},
       {"server", "server", "delete_service", "SERVER_IF SERVICE_HANDLE", "delete a service (service_deleted_cb)", 2, 2,
-       true, deleteService},
+       true, deleteService, "server delete_service $server $service"},
       {"server", "server", "send_indication", "SERVER_IF HANDLE CONN_ID CONFIRM VALUE",
-       "indicate (CONFIRM 1) or notify (0) a value (indication_sent_cb)", 5, 5, true, sendIndication},
+       "indicate (CONFIRM 1) or notify (0) a value (indication_sent_cb)", 5, 5, true, sendIndication,
+       "server send_indication $server $char $conn 1 0102"},
       {"server", "server", "send_response", "CONN_ID TRANS_ID STATUS [VALUE]", "answer a remote request", 3, 4, true,
-       sendResponse},
-      {"server", "server", "read_phy", "ADDR", "read the PHY (server.read_phy_cb, inline)", 1, 1, true, readPhy},
+       sendResponse, "server send_response $conn $trans 0 \"hello\""},
+      {"server", "server", "set_preferred_phy", "ADDR TX RX [OPTIONS]", "ask for PHYs", 3, 4, true, setPreferredPhy,
+       "server set_preferred_phy " + phone + " 2 2 0"},
+      {"server", "server", "read_phy", "ADDR", "read the PHY (server.read_phy_cb, inline)", 1, 1, true, readPhy,
+       "server read_phy " + phone},
   };
 }
 

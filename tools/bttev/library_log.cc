@@ -40,18 +40,18 @@ void LibraryLog::SetPrinter(Printer printer) {
 void LibraryLog::Add(int severity, const std::string& text) {
   std::lock_guard<std::mutex> lock(mutex_);
   if (lines_.size() == kKeptLines) lines_.pop_front();
-  lines_.push_back(text);
+  lines_.push_back(Line{severity, text});
   added_cv_.notify_all();
   // Printed under the lock, so that SetPrinter(nullptr) cannot return while a print runs.
   if (printer_) printer_(severity, text);
 }
 
-bool LibraryLog::WaitFor(const std::string& text, std::chrono::milliseconds limit) {
+bool LibraryLog::WaitFor(const LogPattern& pattern, std::chrono::milliseconds limit) {
   const auto deadline = std::chrono::steady_clock::now() + limit;
   std::unique_lock<std::mutex> lock(mutex_);
   for (;;) {
     for (auto it = lines_.begin(); it != lines_.end(); ++it) {
-      if (it->find(text) != std::string::npos) {
+      if (pattern.Matches(it->severity, it->text)) {
         lines_.erase(it);
         return true;
       }
@@ -59,6 +59,14 @@ bool LibraryLog::WaitFor(const std::string& text, std::chrono::milliseconds limi
     if (std::chrono::steady_clock::now() >= deadline) return false;
     added_cv_.wait_until(lock, deadline);
   }
+}
+
+std::string LibraryLog::Find(const LogPattern& pattern) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  for (const Line& line : lines_) {
+    if (pattern.Matches(line.severity, line.text)) return line.text;
+  }
+  return "";
 }
 
 }  // namespace bttev

@@ -7,6 +7,8 @@
 #include <mutex>
 #include <string>
 
+#include "command_parser.h"
+
 namespace tev {
 namespace bttev {
 
@@ -25,8 +27,10 @@ class LibraryLog {
   // A null printer keeps the lines but prints nothing; it returns once no print is running.
   void SetPrinter(Printer printer);
 
-  // Waits up to `limit` for a line containing `text` that no earlier wait took, and takes it.
-  bool WaitFor(const std::string& text, std::chrono::milliseconds limit);
+  // Waits up to `limit` for a matching line that no earlier wait took, and takes it.
+  bool WaitFor(const LogPattern& pattern, std::chrono::milliseconds limit);
+  // A matching line no wait took, without waiting or taking it; empty when there is none.
+  std::string Find(const LogPattern& pattern);
 
   // Logging thread (any).
   void Add(int severity, const std::string& text);
@@ -36,7 +40,11 @@ class LibraryLog {
 
   std::mutex mutex_;
   std::condition_variable added_cv_;
-  std::deque<std::string> lines_;
+  struct Line {
+    int severity;
+    std::string text;
+  };
+  std::deque<Line> lines_;
   Printer printer_;
 };
 

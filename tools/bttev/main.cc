@@ -8,12 +8,12 @@
 #include <string>
 #include <vector>
 
-#include "callback_event.h"
 #include "command_table.h"
 #include "demo_script.h"
 #include "executor.h"
 #include "session.h"
 #include "shell.h"
+#include "stack_side.h"
 #include "task_monitor.h"
 #include "tev/sim/world_loader.h"
 

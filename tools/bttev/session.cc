@@ -3,14 +3,24 @@
 #include <thread>
 
 #include "base/strings/stringprintf.h"
-#include "base/threading/thread_task_runner_handle.h"
-#include "record_fields.h"
-#include "settle.h"
+#include "base/threading/process_idle.h"
+#include "stack_side.h"
 #include "tev/sim/world_loader.h"
-#include "tevbridge/MojoProcessSupport.h"
 
 namespace tev {
 namespace bttev {
+namespace {
+
+testing::StackTables& tables() {
+  static testing::StackTables* tables = new testing::StackTables();
+  return *tables;
+}
+
+}  // namespace
+
+bt_callbacks_t* AdapterCallbacks() { return &tables().adapter; }
+
+const btgatt_callbacks_t* GattCallbacks() { return &tables().gatt; }
 
 Session::Session(SessionOptions options, std::ostream& out, std::ostream& err)
     : options_(std::move(options)),
@@ -32,18 +42,17 @@ bool Session::Start(std::string* error) {
   }
   LibraryLog::Get().SetPrinter([this](int severity, const std::string& text) { transcript_.Log(severity, text); });
 
-  sim::SimulatedHost::Options hostOptions;
   if (options_.worldFile.empty()) {
-    hostOptions.world = sim::DefaultWorld();
+    hostOptions_.world = sim::DefaultWorld();
   } else {
     sim::WorldError worldError;
-    if (!sim::LoadWorldFile(options_.worldFile, &hostOptions.world, &worldError)) {
+    if (!sim::LoadWorldFile(options_.worldFile, &hostOptions_.world, &worldError)) {
       *error = worldError.ToString();
       return false;
     }
   }
-  hostOptions.time = options_.time;
-  host_ = std::make_unique<sim::SimulatedHost>(std::move(hostOptions));
+  hostOptions_.time = options_.time;
+  host_ = std::make_unique<sim::SimulatedHost>(hostOptions_);
   host_->Start();
   transcript_.SetHost(host_.get());
 
@@ -57,14 +66,14 @@ bool Session::Shutdown(std::string* error) {
   if (stopped_) return true;
   stopped_ = true;
   bool ok = true;
-  if (library_ && gattInstalled_) {
+  if (library_ && checker_.Installed(TableGroup::kGatt)) {
     ok = Settle(error) && ok;
+    ContractChecker::Lifecycle cleanup(checker_, TableGroup::kGatt, ContractChecker::Step::kCleanup);
     CallVoid("gatt.cleanup()", [this] { gatt_->cleanup(); });
-    SetInstalled(Table::kGattClient, false);
   }
-  if (library_ && adapterInstalled_) {
+  if (library_ && checker_.Installed(TableGroup::kAdapter)) {
+    ContractChecker::Lifecycle cleanup(checker_, TableGroup::kAdapter, ContractChecker::Step::kCleanup);
     CallVoid("cleanup()", [this] { bt()->cleanup(); });
-    SetInstalled(Table::kAdapter, false);
   }
   if (library_) ok = Settle(error) && ok;
   if (host_) {
@@ -79,6 +88,23 @@ bool Session::Shutdown(std::string* error) {
     }
   }
   return ok;
+}
+
+bool Session::ReplaceHost(const std::function<bool(sim::SimulatedHost::Options*)>& change, std::string* error) {
+  if (checker_.Installed(TableGroup::kAdapter)) {
+    *error = "the host can be changed only while the adapter is not initialised (before init or after cleanup)";
+    return false;
+  }
+  sim::SimulatedHost::Options options = hostOptions_;
+  if (!change(&options)) return false;
+  hostOptions_ = std::move(options);
+  takenHostEntries_.clear();
+  transcript_.SetHost(nullptr);
+  host_->Stop();
+  host_ = std::make_unique<sim::SimulatedHost>(hostOptions_);
+  host_->Start();
+  transcript_.SetHost(host_.get());
+  return true;
 }
 
 const btgatt_interface_t* Session::Gatt(std::string* error) {
@@ -106,40 +132,20 @@ int Session::CallValue(const std::string& text, const std::function<int()>& body
 
 void Session::CallVoid(const std::string& text, const std::function<void()>& body,
                        const std::function<std::string()>& outcome) {
-  const ThreadRef thread = CurrentThread();
   transcript_.HalCallStarted(text);
-  checker_.OnHalCallStarted(thread, text);
-  if (trace_) trace_->BeginSlice(text, "hal");
-  body();
-  if (trace_) trace_->EndSlice();
-  checker_.OnHalCallFinished(thread);
+  {
+    ContractChecker::HalCall call(checker_);
+    if (trace_) trace_->BeginSlice(text, "hal");
+    body();
+    if (trace_) trace_->EndSlice();
+  }
   transcript_.HalCallFinished(outcome ? outcome() : "");
 }
 
-void Session::SetInstalled(Table table, bool installed) {
-  const std::vector<Table> tables =
-      table == Table::kAdapter ? std::vector<Table>{Table::kAdapter}
-                               : std::vector<Table>{Table::kGattClient, Table::kGattServer, Table::kGattScanner};
-  (table == Table::kAdapter ? adapterInstalled_ : gattInstalled_) = installed;
-  for (Table each : tables) {
-    if (installed) {
-      checker_.OnTableInstalled(each);
-    } else {
-      checker_.OnTableCleanedUp(each);
-    }
-  }
-}
-
 bool Session::Settle(std::string* error) {
-  std::vector<scoped_refptr<base::SequencedTaskRunner>> runners;
-  if (MojoThread* ipc = MojoProcessSupport::GetInstance()->getThread()) runners.push_back(ipc->getTaskRunner());
-  if (host_) runners.push_back(host_->task_runner());
-  {
-    std::lock_guard<std::mutex> lock(callbackRunnerMutex_);
-    if (callbackRunner_) runners.push_back(callbackRunner_);
-  }
-  if (bttev::Settle(runners, *monitor_, kDeadlockGuard)) return true;
-  *error = "the threads did not run out of work within 5s (a deadlock, or work that keeps coming)";
+  std::string busy;
+  if (checker_.Settle([&] { return base::WaitForProcessIdle(kDeadlockGuard, &busy); })) return true;
+  *error = "the threads did not run out of work within 5s (a deadlock, or work that keeps coming): " + busy;
   return false;
 }
 
@@ -158,12 +164,6 @@ bool Session::AdvanceTime(std::chrono::microseconds duration, std::string* error
 }
 
 void Session::OnCallback(CallbackEvent event) {
-  if (event.table == Table::kAdapter && event.slot == "thread_evt_cb") {
-    std::lock_guard<std::mutex> lock(callbackRunnerMutex_);
-    const bool associate = event.Number("evt", -1) == ASSOCIATE_JVM;
-    callbackRunner_ =
-        associate && base::ThreadTaskRunnerHandle::IsSet() ? base::ThreadTaskRunnerHandle::Get() : nullptr;
-  }
   if (trace_) trace_->BeginSlice(event.Name(), "callback");
   const std::vector<ContractChecker::Breach> breaches = checker_.OnCallback(event);
   transcript_.Callback(event, breaches);

@@ -6,18 +6,15 @@
 #include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <ostream>
+#include <set>
 #include <string>
 
-#include "base/memory/scoped_refptr.h"
-#include "base/single_thread_task_runner.h"
-#include "callback_tables.h"
-#include "contract_checker.h"
 #include "event_pattern.h"
 #include "event_queue.h"
 #include "library_loader.h"
 #include "library_log.h"
+#include "stack_side.h"
 #include "task_monitor.h"
 #include "tev/sim/simulated_host.h"
 #include "trace_writer.h"
@@ -35,6 +32,11 @@ struct SessionOptions {
   // Empty for no trace.
   std::string tracePath;
 };
+
+// The stack's tables, handed to the inits. They outlive every session: the library may still read
+// them as it goes.
+bt_callbacks_t* AdapterCallbacks();
+const btgatt_callbacks_t* GattCallbacks();
 
 // One run of the driver: the simulated host, the loaded library, and the stack's side of it
 // (callback tables, contract checker, expectations, transcript, trace). Its methods run on the
@@ -58,24 +60,29 @@ class Session : public CallbackSink {
   // get_profile_interface("gatt"), asked once and checked.
   const btgatt_interface_t* Gatt(std::string* error);
 
-  // One HAL call on the stack thread, as the checker, the trace and the transcript see it.
+  // One HAL call on the stack thread, as the checker, the trace and the transcript see it. The
+  // inits and clean-ups also mark their ContractChecker::Lifecycle around it.
   int CallStatus(const std::string& call, const std::function<int()>& body);
   int CallValue(const std::string& call, const std::function<int()>& body);
   void CallVoid(const std::string& call, const std::function<void()>& body,
                 const std::function<std::string()>& outcome = nullptr);
 
-  // Marks the adapter table (init .. cleanup) or the GATT tables (gatt init .. gatt cleanup) as
-  // in the HAL's hands or taken back, for the checker and for Shutdown.
-  void SetInstalled(Table table, bool installed);
-
-  // Waits until the IPC, host and callback threads have no work left that is due.
+  // Waits until the whole process is idle: no thread has work left that is due, no message waits
+  // in a pipe.
   bool Settle(std::string* error);
   // Virtual time: once every call made so far has reached the host, runs the host's timers due
   // within `duration`. Real time: lets it pass.
   bool AdvanceTime(std::chrono::microseconds duration, std::string* error);
   bool virtualTime() const { return options_.time == sim::SimulatedHost::Time::kVirtual; }
 
+  // Stops the host and starts a new one with options that `change` adjusts (world, bridge
+  // version, whether Init waits); `change` returns false with `error` to keep the host. Only
+  // while the adapter table is not installed, as the library then holds no pipe to the host.
+  bool ReplaceHost(const std::function<bool(sim::SimulatedHost::Options*)>& change, std::string* error);
+
   sim::SimulatedHost& host() { return *host_; }
+  // The host's journal entries that an 'expect host' took, by index; a new host starts afresh.
+  std::set<size_t>& takenHostEntries() { return takenHostEntries_; }
   EventQueue& events() { return events_; }
   ContractChecker& checker() { return checker_; }
   Transcript& transcript() { return transcript_; }
@@ -97,19 +104,16 @@ class Session : public CallbackSink {
   ContractChecker checker_;
   EventQueue events_;
   Variables variables_;
+  sim::SimulatedHost::Options hostOptions_;
   std::unique_ptr<sim::SimulatedHost> host_;
+  std::set<size_t> takenHostEntries_;
   std::unique_ptr<LoadedLibrary> library_;
   const btgatt_interface_t* gatt_ = nullptr;
   TaskMonitor* monitor_ = nullptr;
   // Lives as long as the process, like the monitor that feeds it.
   TraceWriter* trace_ = nullptr;
-  bool adapterInstalled_ = false;
-  bool gattInstalled_ = false;
   bool stopped_ = false;
   size_t expectationsMet_ = 0;
-  std::mutex callbackRunnerMutex_;
-  // The thread that sent ASSOCIATE_JVM, for settling.
-  scoped_refptr<base::SingleThreadTaskRunner> callbackRunner_;
 };
 
 }  // namespace bttev

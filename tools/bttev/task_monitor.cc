@@ -1,7 +1,5 @@
 #include "task_monitor.h"
 
-#include <cstring>
-
 namespace tev {
 namespace bttev {
 
@@ -17,8 +15,6 @@ TaskMonitor* TaskMonitor::Install() {
 
 void TaskMonitor::SetObserver(TaskObserver* observer) { observer_.store(observer, std::memory_order_release); }
 
-uint64_t TaskMonitor::ForeignTasksStarted() const { return foreign_started_.load(std::memory_order_acquire); }
-
 uint64_t TaskMonitor::OnTaskPosted(const base::Location& from_here) {
   const uint64_t id = next_id_.fetch_add(1, std::memory_order_relaxed);
   if (TaskObserver* observer = observer_.load(std::memory_order_acquire)) observer->OnPosted(id, from_here);
@@ -26,9 +22,6 @@ uint64_t TaskMonitor::OnTaskPosted(const base::Location& from_here) {
 }
 
 void TaskMonitor::OnTaskStarted(uint64_t task_id, const base::Location& from_here) {
-  if (std::strcmp(from_here.function_name(), kDriverTaskName) != 0) {
-    foreign_started_.fetch_add(1, std::memory_order_acq_rel);
-  }
   if (TaskObserver* observer = observer_.load(std::memory_order_acquire)) observer->OnStarted(task_id, from_here);
 }
 

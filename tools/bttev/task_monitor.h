@@ -23,18 +23,12 @@ class TaskObserver {
 
 class TaskMonitor : public base::TaskTracer {
  public:
-  // The driver's own marker tasks (flushes) carry this function name and are not counted.
-  static constexpr const char* kDriverTaskName = "bttev_flush";
-
   // Installs the process-wide monitor on first call. It must be there before any thread starts,
   // and it lives until the process exits, since the IPC thread runs until then.
   static TaskMonitor* Install();
 
   // Null detaches. The observer must stay alive until detached.
   void SetObserver(TaskObserver* observer);
-
-  // Tasks other than the driver's markers that have started so far.
-  uint64_t ForeignTasksStarted() const;
 
   uint64_t OnTaskPosted(const base::Location& from_here) override;
   void OnTaskStarted(uint64_t task_id, const base::Location& from_here) override;
@@ -44,7 +38,6 @@ class TaskMonitor : public base::TaskTracer {
   TaskMonitor() = default;
 
   std::atomic<uint64_t> next_id_{1};
-  std::atomic<uint64_t> foreign_started_{0};
   std::atomic<TaskObserver*> observer_{nullptr};
 };
 

@@ -1,10 +1,9 @@
 #include "trace_writer.h"
 
-#include <cstring>
 #include <fstream>
 
 #include "base/strings/stringprintf.h"
-#include "callback_event.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {
@@ -40,11 +39,6 @@ std::string baseName(const char* path) {
   return slash == std::string::npos ? text : text.substr(slash + 1);
 }
 
-// The driver's own marker tasks (settling) are not part of the story a trace tells.
-bool isDriverTask(const base::Location& location) {
-  return std::strcmp(location.function_name(), TaskMonitor::kDriverTaskName) == 0;
-}
-
 // Messages are posted with the method as function and the interface as file, and line 0.
 bool isMessage(const base::Location& location) { return location.line_number() == 0; }
 
@@ -75,8 +69,7 @@ void TraceWriter::addLocked(char phase, uint64_t thread, std::string name, std::
   events_.push_back(Event{phase, nowMicros(), thread, std::move(name), std::move(category), flow, std::move(detail)});
 }
 
-void TraceWriter::OnPosted(uint64_t id, const base::Location& from_here) {
-  if (isDriverTask(from_here)) return;
+void TraceWriter::OnPosted(uint64_t id, const base::Location&) {
   const ThreadRef thread = CurrentThread();
   std::lock_guard<std::mutex> lock(mutex_);
   threadNames_.emplace(thread.id, thread.name);
@@ -86,7 +79,6 @@ void TraceWriter::OnPosted(uint64_t id, const base::Location& from_here) {
 }
 
 void TraceWriter::OnStarted(uint64_t id, const base::Location& from_here) {
-  if (isDriverTask(from_here)) return;
   const ThreadRef thread = CurrentThread();
   std::lock_guard<std::mutex> lock(mutex_);
   threadNames_.emplace(thread.id, thread.name);
@@ -96,8 +88,7 @@ void TraceWriter::OnStarted(uint64_t id, const base::Location& from_here) {
   if (flowsStarted_.erase(id)) addLocked('f', thread.id, "post", "flow", id);
 }
 
-void TraceWriter::OnFinished(uint64_t, const base::Location& from_here) {
-  if (isDriverTask(from_here)) return;
+void TraceWriter::OnFinished(uint64_t, const base::Location&) {
   const ThreadRef thread = CurrentThread();
   std::lock_guard<std::mutex> lock(mutex_);
   --depth_[thread.id];

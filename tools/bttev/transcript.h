@@ -7,8 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "callback_event.h"
-#include "contract_checker.h"
+#include "stack_side.h"
 #include "tev/sim/simulated_host.h"
 
 namespace tev {

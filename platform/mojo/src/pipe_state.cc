@@ -17,6 +17,10 @@ void DeliverPeerClosed(const std::weak_ptr<Router>& weak_router) {
 
 }  // namespace
 
+PipeState::PipeState() { base::RegisterWorkHolder(this); }
+
+PipeState::~PipeState() { base::UnregisterWorkHolder(this); }
+
 bool PipeState::Send(int from_side, Message message) {
   std::unique_lock<std::mutex> lock(mutex_);
   End& to = ends_[1 - from_side];
@@ -27,13 +31,13 @@ bool PipeState::Send(int from_side, Message message) {
   if (to.task_runner) {
     PostMessageLocked(to, std::move(message));
   } else {
-    to.queued.push_back(std::move(message));
+    to.queued.push_back(QueuedMessage{base::PendingWork::Begin(), std::move(message)});
   }
   return true;
 }
 
 void PipeState::Close(int side) {
-  std::deque<Message> dropped;
+  std::deque<QueuedMessage> dropped;
   std::unique_lock<std::mutex> lock(mutex_);
   End& end = ends_[side];
   if (end.closed) return;
@@ -64,7 +68,7 @@ void PipeState::Attach(int side, scoped_refptr<base::SequencedTaskRunner> task_r
   end.task_runner = std::move(task_runner);
   end.router = std::move(router);
   while (!end.queued.empty()) {
-    PostMessageLocked(end, std::move(end.queued.front()));
+    PostMessageLocked(end, std::move(end.queued.front().message));
     end.queued.pop_front();
   }
   if (end.peer_closed) PostPeerClosedLocked(end);
@@ -77,6 +81,19 @@ void PipeState::Detach(int side) {
   end.router.reset();
   // A close notice posted to the old router may never have run: the next router gets its own.
   end.peer_closed = ends_[1 - side].closed;
+}
+
+std::string PipeState::DescribeWork() {
+  std::lock_guard<std::mutex> lock(mutex_);
+  std::string text;
+  for (const End& end : ends_) {
+    if (end.queued.empty()) continue;
+    const Message& first = end.queued.front().message;
+    text += (text.empty() ? "" : "; ") + std::string("a pipe end that nothing reads holds ") +
+            std::to_string(end.queued.size()) + " message(s), the first " +
+            first.interface_name() + "." + first.method_name();
+  }
+  return text;
 }
 
 void PipeState::PostMessageLocked(End& to, Message message) {

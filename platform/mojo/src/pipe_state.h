@@ -3,8 +3,10 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <string>
 
 #include "base/sequenced_task_runner.h"
+#include "base/threading/process_idle.h"
 #include "mojo/public/cpp/bindings/lib/router.h"
 #include "mojo/public/cpp/bindings/message.h"
 
@@ -12,9 +14,15 @@ namespace mojo {
 namespace internal {
 
 // The two ends of one pipe. Messages written to an end that has no router yet wait there and
-// are delivered, in order, when one attaches. Safe from any thread.
-class PipeState {
+// are delivered, in order, when one attaches; until then they count as work the process has
+// not finished. Safe from any thread.
+class PipeState final : public base::WorkHolder {
  public:
+  PipeState();
+  ~PipeState();
+  PipeState(const PipeState&) = delete;
+  PipeState& operator=(const PipeState&) = delete;
+
   // False when either end is closed: the message is dropped.
   bool Send(int from_side, Message message);
   void Close(int side);
@@ -24,13 +32,21 @@ class PipeState {
               std::weak_ptr<Router> router);
   void Detach(int side);
 
+  std::string DescribeWork() override;
+
  private:
+  struct QueuedMessage {
+    // First, so that it is given back once the message is gone.
+    base::PendingWork work;
+    Message message;
+  };
+
   struct End {
     bool closed = false;
     bool peer_closed = false;
     scoped_refptr<base::SequencedTaskRunner> task_runner;
     std::weak_ptr<Router> router;
-    std::deque<Message> queued;
+    std::deque<QueuedMessage> queued;
   };
 
   // Posting under the lock keeps delivery in the order of writing.

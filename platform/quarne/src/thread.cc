@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/logging.h"
+#include "base/threading/process_idle.h"
 #include "base/threading/thread_task_runner_handle.h"
 #include "base/trace/task_tracer.h"
 
@@ -16,6 +17,9 @@ namespace base {
 namespace {
 
 struct PendingTask {
+  // First, so that it is given back only once the task and what it bound are gone: whatever
+  // their destruction posts is counted before this stops counting.
+  PendingWork work;
   OnceClosure task;
   Location from_here;
   uint64_t trace_id = 0;
@@ -23,13 +27,17 @@ struct PendingTask {
 
 }  // namespace
 
-class Thread::TaskQueue final : public SingleThreadTaskRunner {
+class Thread::TaskQueue final : public SingleThreadTaskRunner, public WorkHolder {
  public:
   using Clock = std::chrono::steady_clock;
   static constexpr std::chrono::microseconds kPollBeforeSleep{50};
 
+  explicit TaskQueue(std::string name) : name_(std::move(name)) { RegisterWorkHolder(this); }
+
   bool PostDelayedTask(const Location& from_here, OnceClosure task, TimeDelta delay) override {
-    PendingTask pending{std::move(task), from_here, 0};
+    // A delayed task is not work yet: it counts from when it is due.
+    PendingTask pending{delay.is_zero() ? PendingWork::Begin() : PendingWork(), std::move(task),
+                        from_here, 0};
     if (TaskTracer* tracer = GetTaskTracer()) pending.trace_id = tracer->OnTaskPosted(from_here);
     bool wake = false;
     {
@@ -62,6 +70,8 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
     std::vector<PendingTask> batch;
     while (TakeBatch(&batch)) {
       for (PendingTask& pending : batch) {
+        // Run() destroys the bound state before it returns; only then is the work done.
+        const PendingWork work = std::move(pending.work);
         TaskTracer* tracer = GetTaskTracer();
         if (tracer) tracer->OnTaskStarted(pending.trace_id, pending.from_here);
         std::move(pending.task).Run();
@@ -72,6 +82,13 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
     DestroyLeftovers();
     // The OS reuses thread ids: a later thread must not pass for this finished sequence.
     thread_id_.store(std::thread::id(), std::memory_order_release);
+  }
+
+  std::string DescribeWork() override {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (running_ == 0 && incoming_.empty()) return "";
+    return name_ + ": " + std::to_string(running_) + " task(s) taken to run, " +
+           std::to_string(incoming_.size()) + " queued";
   }
 
   void QuitWhenIdle() {
@@ -85,24 +102,27 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
 
  private:
   friend class RefCountedThreadSafe<TaskQueue>;
-  ~TaskQueue() override = default;
+  ~TaskQueue() override { UnregisterWorkHolder(this); }
 
   // Swaps every runnable task, in order, into the empty `batch`, waiting for one if there is
   // none; false once quitting and idle. Tasks posted while a batch runs go to the next one, so
   // order and Stop()'s draining are as if they were taken one by one.
   bool TakeBatch(std::vector<PendingTask>* batch) {
     std::unique_lock<std::mutex> lock(mutex_);
+    running_ = 0;
     bool polled = false;
     for (;;) {
       if (!delayed_.empty()) {
         const Clock::time_point now = Clock::now();
         while (!delayed_.empty() && delayed_.begin()->first <= now) {
           incoming_.push_back(std::move(delayed_.begin()->second));
+          incoming_.back().work = PendingWork::Begin();
           delayed_.erase(delayed_.begin());
         }
       }
       if (!incoming_.empty()) {
         batch->swap(incoming_);
+        running_ = batch->size();
         return true;
       }
       if (quit_when_idle_) {
@@ -149,10 +169,13 @@ class Thread::TaskQueue final : public SingleThreadTaskRunner {
     }
   }
 
+  const std::string name_;
   std::mutex mutex_;
   std::condition_variable wakeup_;
   std::vector<PendingTask> incoming_;
   std::multimap<Clock::time_point, PendingTask> delayed_;
+  // The size of the batch being run, for DescribeWork().
+  size_t running_ = 0;
   bool accepting_ = true;
   bool quit_when_idle_ = false;
   bool waiting_ = false;
@@ -170,7 +193,7 @@ bool Thread::Start() { return StartWithOptions(Options()); }
 bool Thread::StartWithOptions(const Options& options) {
   std::lock_guard<std::mutex> lock(mutex_);
   if (queue_) return false;
-  scoped_refptr<TaskQueue> queue = MakeRefCounted<TaskQueue>();
+  scoped_refptr<TaskQueue> queue = MakeRefCounted<TaskQueue>(name_);
   // std::thread offers no stack size; the default serves every thread here.
   (void)options.stack_size;
   queue_ = queue;

@@ -33,6 +33,13 @@ check 1 "bad_value.bttev:4: conn_id must be a number, not 'first'" run "$bad/bad
 check 1 "unmet.bttev:4: expected bt.adapter_state_changed_cb state=off within 0.2s" run "$bad/unmet.bttev"
 check 1 "wrong_status.bttev:3: enable returned 0 (success), expected 1 (fail)" run "$bad/wrong_status.bttev"
 check 1 "unset_variable.bttev:3: \$conn is not set" run "$bad/unset_variable.bttev"
+check 1 "host_send.bttev:2: OnLEDeviceFound: rssi= takes a number, not 'loud'" run "$bad/host_send.bttev"
+check 1 "unknown_event.bttev:2: no BluetoothInstance event 'OnNothing'" run "$bad/unknown_event.bttev"
+check 1 "wrong_text.bttev:2: dump returned \"BluetoothTev: Mojo bridge to Quarne OS\", expected \"x\"" \
+  run "$bad/wrong_text.bttev"
+check 1 "late_host.bttev:3: the host can be changed only while the adapter is not initialised" run "$bad/late_host.bttev"
+check 1 "host_unmet.bttev:3: expected host EnableAdapter, but the host received no EnableAdapter" \
+  run "$bad/host_unmet.bttev"
 check 1 "cannot load $bad/none.so" --lib "$bad/none.so" run "$bad/unmet.bttev"
 check 2 "world.json" --world "$bad/world.json" demo
 check 2 "unknown option --fast" --fast demo

@@ -1,15 +1,12 @@
 // The command language: words, values, expectations, matching, and the queue they wait on.
 #include <gtest/gtest.h>
 
-#include <set>
-
 #include "base/bind.h"
 #include "base/threading/thread.h"
-#include "callback_tables.h"
 #include "command_parser.h"
 #include "event_queue.h"
-#include "record_fields.h"
 #include "script_values.h"
+#include "stack_side.h"
 
 namespace tev {
 namespace bttev {
@@ -114,8 +111,8 @@ TEST(CommandLanguageTest, ExpectationsResolveTheirNames) {
   EXPECT_TRUE(e.negated);
   EXPECT_EQ(e.pattern.callback, "server.congestion_cb");
   e = expectation("log \"AddService failed\" within 1s");
-  EXPECT_TRUE(e.log);
-  EXPECT_EQ(e.logText, "AddService failed");
+  EXPECT_EQ(e.kind, Expectation::Kind::kLog);
+  EXPECT_EQ(e.log.text, "AddService failed");
   e = expectation("get_gatt_db_cb char:0x2A37=?hr desc:00002902-0000-1000-8000-00805f9b34fb=?cccd");
   EXPECT_EQ(e.pattern.fields[0].name, "char:2a37");
   EXPECT_EQ(e.pattern.fields[1].name, "desc:2902");
@@ -128,6 +125,81 @@ TEST(CommandLanguageTest, ExpectationsResolveTheirNames) {
   EXPECT_NE(expectationError("no open_cb within 1s").find("no 'within'"), std::string::npos);
   EXPECT_NE(expectationError("open_cb within 1s conn_id=1").find("ends the line"), std::string::npos);
   EXPECT_NE(expectationError("open_cb within soon").find("bad duration"), std::string::npos);
+}
+
+TEST(CommandLanguageTest, ExpectationsOfTheLogTheHostAndTheOrder) {
+  struct Row {
+    std::string text;
+    Expectation::Kind kind;
+    bool negated;
+    bool next;
+  };
+  const Row rows[] = {
+      {"next client.close_cb conn_id=1", Expectation::Kind::kCallback, false, true},
+      {"log ERROR exact \"BluetoothTev: enable - host not ready\" within 1s", Expectation::Kind::kLog, false, false},
+      {"no log WARNING \"99\"", Expectation::Kind::kLog, true, false},
+      {"host ReadGattCharacteristic char=2a38@4 status=?s", Expectation::Kind::kHost, false, false},
+      {"no host EnableAdapter", Expectation::Kind::kHost, true, false},
+  };
+  for (const Row& row : rows) {
+    const Expectation e = expectation(row.text);
+    EXPECT_EQ(e.kind, row.kind) << row.text;
+    EXPECT_EQ(e.negated, row.negated) << row.text;
+    EXPECT_EQ(e.next, row.next) << row.text;
+  }
+  Expectation e = expectation("log ERROR exact \"x\"");
+  EXPECT_EQ(e.log.severity, 2);
+  EXPECT_TRUE(e.log.exact);
+  e = expectation("host ReadGattCharacteristic char=2a38@4 status=?s");
+  EXPECT_EQ(e.host.method, "ReadGattCharacteristic");
+  ASSERT_EQ(e.host.fields.size(), 2u);
+  EXPECT_EQ(e.host.fields[1].capture, "s");
+
+  EXPECT_NE(expectationError("log \"a\" \"b\"").find("one text"), std::string::npos);
+  EXPECT_NE(expectationError("host").find("method name"), std::string::npos);
+  EXPECT_NE(expectationError("host EnableAdapter within 1s").find("no 'within'"), std::string::npos);
+  EXPECT_NE(expectationError("host EnableAdapter state").find("FIELD=VALUE"), std::string::npos);
+  EXPECT_NE(expectationError("next log \"a\"").find("takes a callback"), std::string::npos);
+}
+
+TEST(CommandLanguageTest, LogAndHostPatternsMatch) {
+  LogPattern contains;
+  contains.text = "host not ready";
+  LogPattern exactError;
+  exactError.severity = 2;
+  exactError.exact = true;
+  exactError.text = "BluetoothTev: enable - host not ready";
+  EXPECT_TRUE(contains.Matches(0, "BluetoothTev: enable - host not ready"));
+  EXPECT_TRUE(exactError.Matches(2, "BluetoothTev: enable - host not ready"));
+  EXPECT_FALSE(exactError.Matches(1, "BluetoothTev: enable - host not ready"));
+  EXPECT_FALSE(exactError.Matches(2, "BluetoothTev: enable - host not ready now"));
+
+  const std::string read = "addr=02:51:B0:00:00:01 service=180d@1 char=2a38@4";
+  struct Row {
+    std::string pattern;
+    bool matches;
+  };
+  const Row rows[] = {
+      {"host ReadGattCharacteristic", true},
+      {"host ReadGattCharacteristic addr=02:51:b0:00:00:01 char=2a38@4", true},
+      {"host ReadGattCharacteristic char=2a38@5", false},
+      {"host ReadGattCharacteristic handle=4", false},
+      {"host ReadGattDescriptor", false},
+      {"host ReadGattCharacteristic service=?s char=?c", true},
+  };
+  for (const Row& row : rows) {
+    Variables captured;
+    EXPECT_EQ(MatchesHostEntry("ReadGattCharacteristic", read, expectation(row.pattern).host, &captured), row.matches)
+        << row.pattern;
+    EXPECT_EQ(captured.empty(), row.pattern.find('?') == std::string::npos) << row.pattern;
+  }
+  Variables captured;
+  EXPECT_TRUE(MatchesHostEntry("RequestGattRead", "status=0 value=02",
+                               expectation("host RequestGattRead status=0x0 value=?v").host, &captured));
+  EXPECT_EQ(captured["v"], "02");
+  const auto fields = SummaryFields("status=0 bdname=\"Quarne Buds\" rssi=-40");
+  ASSERT_EQ(fields.size(), 3u);
+  EXPECT_EQ(fields[1].second, "Quarne Buds");
 }
 
 CallbackEvent sample() {
@@ -196,115 +268,36 @@ TEST(CommandLanguageTest, TheQueueHandsOutTheOldestMatchAndWaitsForLaterOnes) {
   EXPECT_TRUE(queue.Pending().empty());
 }
 
-// Every callback the tables can make, with arguments the stack would accept, reports the fields
-// its schema lists, so that expectations and help say what the tables do.
-class SchemaSink : public CallbackSink {
- public:
-  SchemaSink() { SetCallbackSink(this); }
-  ~SchemaSink() override { SetCallbackSink(nullptr); }
-  void OnCallback(CallbackEvent event) override { events.push_back(std::move(event)); }
-  std::vector<CallbackEvent> events;
-};
+TEST(CommandLanguageTest, NextMeansTheFirstCallbackAfterTheLastOneTaken) {
+  EventQueue queue;
+  CallbackEvent third = sample();
+  third.fields[0] = NumberField("conn_id", 3);
+  CallbackEvent fourth = sample();
+  fourth.fields[0] = NumberField("conn_id", 4);
+  CallbackEvent fifth = sample();
+  fifth.fields[0] = NumberField("conn_id", 5);
+  queue.Push(third);
+  queue.Push(fourth);
+  queue.Push(fifth);
+  ASSERT_TRUE(queue.Take(expectation("get_gatt_db_cb conn_id=4").pattern, std::chrono::milliseconds(0), nullptr));
+  // The older, untaken conn_id=3 does not count; conn_id=5 came next.
+  bool matched = false;
+  std::optional<CallbackEvent> next =
+      queue.TakeNext(expectation("get_gatt_db_cb conn_id=5").pattern, std::chrono::milliseconds(0), nullptr, &matched);
+  ASSERT_TRUE(next);
+  EXPECT_TRUE(matched);
+  EXPECT_FALSE(queue.TakeNext(expectation("get_gatt_db_cb").pattern, std::chrono::milliseconds(0), nullptr, &matched));
 
-TEST(CommandLanguageTest, TheTablesReportWhatTheirSchemasList) {
-  SchemaSink sink;
-  RawAddress address({2, 0x51, 0xb0, 0, 0, 1});
-  bluetooth::Uuid uuid = bluetooth::Uuid::From16Bit(0x180d);
-  bt_callbacks_t* bt = AdapterCallbacks();
-  bt->adapter_state_changed_cb(BT_STATE_ON);
-  bt->adapter_properties_cb(BT_STATUS_SUCCESS, 0, nullptr);
-  bt->remote_device_properties_cb(BT_STATUS_SUCCESS, &address, 0, nullptr);
-  bt->device_found_cb(0, nullptr);
-  bt->discovery_state_changed_cb(BT_DISCOVERY_STARTED);
-  bt->pin_request_cb(&address, nullptr, 0, false);
-  bt->ssp_request_cb(&address, nullptr, 0, BT_SSP_VARIANT_CONSENT, 0);
-  bt->bond_state_changed_cb(BT_STATUS_SUCCESS, &address, BT_BOND_STATE_BONDED, 0);
-  bt->address_consolidate_cb(&address, &address);
-  bt->le_address_associate_cb(&address, &address);
-  bt->acl_state_changed_cb(BT_STATUS_SUCCESS, &address, BT_ACL_STATE_CONNECTED, 0, 0);
-  bt->thread_evt_cb(ASSOCIATE_JVM);
-  bt->dut_mode_recv_cb(1, nullptr, 0);
-  bt->le_test_mode_cb(BT_STATUS_SUCCESS, 0);
-  bt_activity_energy_info energy{};
-  bt->energy_info_cb(&energy, nullptr);
-  bt->link_quality_report_cb(0, 0, 0, 0, 0, 0, 0);
-  bt->generate_local_oob_data_cb(0, bt_oob_data_t{});
-  bt->switch_buffer_size_cb(false);
-  bt->switch_codec_cb(false);
+  queue.Push(fourth);
+  next =
+      queue.TakeNext(expectation("get_gatt_db_cb conn_id=3").pattern, std::chrono::milliseconds(0), nullptr, &matched);
+  ASSERT_TRUE(next);
+  EXPECT_FALSE(matched);
+  EXPECT_EQ(next->Number("conn_id"), 4);
 
-  const btgatt_client_callbacks_t* client = GattCallbacks()->client;
-  btgatt_read_params_t read{};
-  btgatt_notify_params_t notify{};
-  btgatt_db_element_t element{};
-  client->register_client_cb(0, 1, uuid);
-  client->open_cb(1, 0, 1, address);
-  client->close_cb(1, 0, 1, address);
-  client->search_complete_cb(1, 0);
-  client->register_for_notification_cb(1, 1, 0, 2);
-  client->notify_cb(1, notify);
-  client->read_characteristic_cb(1, 0, &read);
-  client->write_characteristic_cb(1, 0, 2, 0, nullptr);
-  client->read_descriptor_cb(1, 0, read);
-  client->write_descriptor_cb(1, 0, 3, 0, nullptr);
-  client->execute_write_cb(1, 0);
-  client->read_remote_rssi_cb(1, address, -60, 0);
-  client->configure_mtu_cb(1, 0, 512);
-  client->congestion_cb(1, false);
-  client->get_gatt_db_cb(1, &element, 1);
-  client->services_removed_cb(1, 1, 0xffff);
-  client->services_added_cb(1, element, 1);
-  client->phy_updated_cb(1, 1, 1, 0);
-  client->conn_updated_cb(1, 6, 0, 100, 0);
-  client->service_changed_cb(1);
-
-  const btgatt_server_callbacks_t* server = GattCallbacks()->server;
-  server->register_server_cb(0, 1, uuid);
-  server->connection_cb(1, 1, 1, address);
-  server->service_added_cb(0, 1, &element, 1);
-  server->service_stopped_cb(0, 1, 40);
-  server->service_deleted_cb(0, 1, 40);
-  server->request_read_characteristic_cb(1, 1, address, 41, 0, false);
-  server->request_read_descriptor_cb(1, 2, address, 42, 0, false);
-  server->request_write_characteristic_cb(1, 3, address, 41, 0, true, false, nullptr, 0);
-  server->request_write_descriptor_cb(1, 4, address, 42, 0, true, false, nullptr, 0);
-  server->request_exec_write_cb(1, 5, address, 1);
-  server->response_confirmation_cb(0, 41);
-  server->indication_sent_cb(1, 0);
-  server->congestion_cb(1, false);
-  server->mtu_changed_cb(1, 185);
-  server->phy_updated_cb(1, 1, 1, 0);
-  server->conn_updated_cb(1, 6, 0, 100, 0);
-
-  const btgatt_scanner_callbacks_t* scanner = GattCallbacks()->scanner;
-  scanner->scan_result_cb(0x13, 0, &address, 1, 0, 0xff, 127, -60, 0, {0x04, 0x09, 'H', 'R', 'M'}, &address);
-  scanner->batchscan_reports_cb(1, 0, 0, 0, {});
-  scanner->batchscan_threshold_cb(1);
-  btgatt_track_adv_info_t track{};
-  scanner->track_adv_event_cb(&track);
-  ScannerRegisteredCallback().Run(1, 0);
-  ScannerStatusCallback("set_parameters_cb").Run(0);
-  ScanFilterEnableCallback().Run(1, 0);
-  ReadPhyCallback(Table::kGattClient).Run(1, 1, 0);
-  ReadPhyCallback(Table::kGattServer).Run(1, 1, 0);
-
-  std::set<std::string> made;
-  for (const CallbackEvent& event : sink.events) {
-    made.insert(event.Name());
-    const CallbackSchema* schema = nullptr;
-    for (const CallbackSchema& candidate : CallbackSchemas()) {
-      if (candidate.Name() == event.Name()) schema = &candidate;
-    }
-    ASSERT_NE(schema, nullptr) << event.Name();
-    EXPECT_EQ(schema->inlineResult, event.inlineResult) << event.Name();
-    for (const Field& field : event.fields) {
-      const bool listed = std::find(schema->fields.begin(), schema->fields.end(), field.name) != schema->fields.end();
-      EXPECT_TRUE(listed || schema->openFields) << event.Name() << " reports " << field.name;
-    }
-    for (const std::string& name : schema->fields) {
-      EXPECT_TRUE(event.Find(name)) << event.Name() << " lacks " << name;
-    }
-  }
-  EXPECT_EQ(made.size(), CallbackSchemas().size());
+  queue.Push(fifth);
+  queue.Clear();
+  EXPECT_FALSE(queue.TakeNext(expectation("get_gatt_db_cb").pattern, std::chrono::milliseconds(0), nullptr, &matched));
 }
 
 }  // namespace

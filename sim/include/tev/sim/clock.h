@@ -33,9 +33,11 @@ class Clock {
   virtual void CancelAll() = 0;
 };
 
-// Time stands still until Advance() moves it, so tests decide exactly what has happened.
+// Time stands still until Advance() moves it, so tests decide exactly what has happened. A timer
+// scheduled with no delay runs at once, on the host sequence, without an Advance.
 class VirtualClock : public Clock {
  public:
+  // The host sequence must have stopped before the clock goes.
   explicit VirtualClock(scoped_refptr<base::SequencedTaskRunner> host);
   ~VirtualClock() override;
 
@@ -51,12 +53,14 @@ class VirtualClock : public Clock {
 
  private:
   // Host sequence.
+  void RunDue();
   void RunUntil(int64_t target_us);
 
   scoped_refptr<base::SequencedTaskRunner> host_;
   std::atomic<int64_t> now_us_{0};
   // Host sequence only.
   TimerId next_id_ = 1;
+  bool run_due_posted_ = false;
   std::map<std::pair<int64_t, TimerId>, base::OnceClosure> timers_;
   std::map<TimerId, int64_t> due_by_id_;
 };

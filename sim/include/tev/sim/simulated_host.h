@@ -9,6 +9,7 @@
 #include "base/threading/thread.h"
 #include "base/time/time.h"
 #include "mojo/public/cpp/bindings/interface_request.h"
+#include "mojom/bluetooth.mojom.h"
 #include "mojom/tev_bridge.mojom.h"
 #include "tev/sim/clock.h"
 #include "tev/sim/faults.h"
@@ -78,6 +79,12 @@ class SimulatedHost {
   // subscriptions, published services and central scripts are dropped (the adapter settings and
   // bonds are kept), then Init is called again with a fresh pipe.
   void Restart();
+
+  // Sends a BluetoothInstance event that `call` makes, journaled as `method` with `summary` as if
+  // the host had decided to send it; without a pipe, only a note is journaled. `call` runs on the
+  // host thread; replies it asks for arrive there too.
+  using InstanceCall = base::OnceCallback<void(tev::mojom::BluetoothInstance*)>;
+  void SendEvent(const std::string& method, const std::string& summary, InstanceCall call);
 
   // Every task posted to the host thread so far has run.
   void Flush();
