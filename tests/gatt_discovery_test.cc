@@ -129,14 +129,16 @@ TEST(GattDbCacheTest, ANewDatabaseReplacesTheListAndEachCallbackKeepsItsOwnArray
                   "get_gatt_db_cb(1, 0, [])"));
 }
 
-// Moving a device's list onto its own address keeps it.
-TEST(GattDbCacheTest, AnAddressChangeOntoTheSameAddressKeepsTheList) {
+// The list moves to the new address, then the old address's entry goes: onto the same address,
+// nothing is left, while the connection keeps its id.
+TEST(GattDbCacheTest, AnAddressChangeOntoTheSameAddressDropsTheList) {
   LibraryHarness h;
   startConnected(h);
   fireDb(h, kA, {{0, 1, 0x1800, 0, 0, 0}});
   h.host().Fire([](Instance* i) { i->OnLEDeviceAddressChange(mojo(kA), mojo(kA)); });
   h.Settle();
-  EXPECT_EQ(linksAt(h, kA, 1), "type=0 svc=1 char=0 primary=1 uuid=1800");
+  EXPECT_EQ(linksAt(h, kA, 1), "absent");
+  EXPECT_EQ(h.gatt()->client->search_service(1, nullptr), BT_STATUS_SUCCESS);
 }
 
 // Meant for the thread sanitizer: stack threads reach the cache and the registries while the

@@ -182,8 +182,6 @@ void BluetoothTevService::OnLEDeviceAddressChange(tev::mojom::BluetoothAddressPt
   const RawAddress newAddress = toRawAddress(new_addr);
   LOG(INFO) << "BluetoothTev: OnLEDeviceAddressChange " << oldAddress.ToString() << " -> "
             << newAddress.ToString();
-  // Moving a list onto its own key would free it.
-  if (oldAddress == newAddress) return;
   std::lock_guard<std::mutex> lock(mGattMutex);
   auto known = mAddressToConnId.find(oldAddress);
   if (known != mAddressToConnId.end()) {
@@ -192,11 +190,12 @@ void BluetoothTevService::OnLEDeviceAddressChange(tev::mojom::BluetoothAddressPt
     mAddressToConnId[newAddress] = connId;
     mConnIdToAddress[connId] = newAddress;
   }
+  // The list moves to the new address and the old address's entry goes, so a change onto the
+  // same address leaves the device without a list: its next discovery asks the host again.
   auto cached = mGattDbCache.find(oldAddress);
-  if (cached != mGattDbCache.end()) {
-    mGattDbCache[newAddress] = std::move(cached->second);
-    mGattDbCache.erase(cached);
-  }
+  if (cached == mGattDbCache.end()) return;
+  if (oldAddress != newAddress) mGattDbCache[newAddress] = std::move(cached->second);
+  mGattDbCache.erase(oldAddress);
 }
 
 }  // namespace tev
