@@ -32,38 +32,6 @@ using mojotest::SamplePtr;
 using tev::testing::Future;
 using tev::testing::LogCapture;
 
-SamplePtr MakeSample() {
-  SamplePtr sample = Sample::New();
-  sample->name = "sensor";
-  sample->origin = Point::New(1, 2);
-  sample->extra = Point::New(-3, 4);
-  sample->tag = {1, 2, 3, 4};
-  sample->values = {7, -8, 9};
-  sample->path.push_back(Point::New(5, 6));
-  sample->path.push_back(Point::New(7, 8));
-  sample->gaps.push_back(nullptr);
-  sample->gaps.push_back(Point::New(9, 10));
-  sample->color = Color::BLUE;
-  sample->level = Level::HIGH;
-  sample->flag = true;
-  sample->ratio = 0.25;
-  sample->big = int64_t{1} << 40;
-  sample->id = bluetooth::Uuid::From16Bit(0x180d);
-  sample->choice = Choice::NewText("choice");
-  return sample;
-}
-
-// One of each union member, each value distinct from the others' under a plain comparison.
-std::vector<ChoicePtr> EveryChoice() {
-  std::vector<ChoicePtr> choices;
-  choices.push_back(Choice::NewNumber(5));
-  choices.push_back(Choice::NewText("five"));
-  choices.push_back(Choice::NewPoint(Point::New(5, 5)));
-  choices.push_back(Choice::NewBytes({5}));
-  choices.push_back(Choice::NewColor(Color::GREEN));
-  return choices;
-}
-
 TEST(GeneratedRecordTest, NewRecordsCarryTheirFixedArraysAndClonesAreDeep) {
   // A record built field by field must not fail validation on a fixed array left empty.
   SamplePtr blank = Sample::New();

@@ -13,6 +13,7 @@
 
 #include "base/bind.h"
 #include "base/threading/thread.h"
+#include "bluetooth/uuid.h"
 #include "mojo/public/cpp/bindings/binding.h"
 #include "tev/testing/idle.h"
 #include "tev/testing/run_on.h"
@@ -53,6 +54,39 @@ inline mojotest::Echo::AddCallback NoteSum(Journal* journal, std::string label =
         journal->Add(label + " " + std::to_string(sum));
       },
       journal, std::move(label));
+}
+
+// A record with every kind of field filled in.
+inline mojotest::SamplePtr MakeSample() {
+  mojotest::SamplePtr sample = mojotest::Sample::New();
+  sample->name = "sensor";
+  sample->origin = mojotest::Point::New(1, 2);
+  sample->extra = mojotest::Point::New(-3, 4);
+  sample->tag = {1, 2, 3, 4};
+  sample->values = {7, -8, 9};
+  sample->path.push_back(mojotest::Point::New(5, 6));
+  sample->path.push_back(mojotest::Point::New(7, 8));
+  sample->gaps.push_back(nullptr);
+  sample->gaps.push_back(mojotest::Point::New(9, 10));
+  sample->color = mojotest::Color::BLUE;
+  sample->level = mojotest::Level::HIGH;
+  sample->flag = true;
+  sample->ratio = 0.25;
+  sample->big = int64_t{1} << 40;
+  sample->id = bluetooth::Uuid::From16Bit(0x180d);
+  sample->choice = mojotest::Choice::NewText("choice");
+  return sample;
+}
+
+// One of each union member, each value distinct from the others' under a plain comparison.
+inline std::vector<mojotest::ChoicePtr> EveryChoice() {
+  std::vector<mojotest::ChoicePtr> choices;
+  choices.push_back(mojotest::Choice::NewNumber(5));
+  choices.push_back(mojotest::Choice::NewText("five"));
+  choices.push_back(mojotest::Choice::NewPoint(mojotest::Point::New(5, 5)));
+  choices.push_back(mojotest::Choice::NewBytes({5}));
+  choices.push_back(mojotest::Choice::NewColor(mojotest::Color::GREEN));
+  return choices;
 }
 
 // Serves Sink wherever it is bound.

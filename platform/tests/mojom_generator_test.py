@@ -57,6 +57,12 @@ class GeneratorErrorTest(unittest.TestCase):
             "module t;\nstruct A {\n  B b;\n};\nunion B {\n  int32 n;\n  array<A> a;\n};\n",
             7, "A contains itself")
 
+    def test_interface_pointers_outside_parameters_are_refused(self):
+        reason = "interface pointers are supported only as method parameters"
+        self.assert_refused("module t;\ninterface I {\n  Do();\n};\nstruct A {\n  I i;\n};\n",
+                            6, reason)
+        self.assert_refused("module t;\ninterface I {\n  Do(array<I> all);\n};\n", 3, reason)
+
     def test_malformed_text_is_refused(self):
         self.assert_refused("module t;\nstruct A {\n  int32 x\n};\n", 4, "expected ';', found '}'")
         self.assert_refused("module t;\nstruct A {\n  array<int32, 08> x;\n};\n",

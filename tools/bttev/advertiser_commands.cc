@@ -170,7 +170,7 @@ bool registerCallbacks(Session& session, CommandArgs& args, std::string* error) 
 
 std::vector<CommandEntry> AdvertiserCommands() {
   return {
-      {"advertiser", "advertiser", "register", "", "RegisterAdvertiser (advertiser.register_cb, never answered)", 0, 0,
+      {"advertiser", "advertiser", "register", "", "RegisterAdvertiser (advertiser.register_cb, if it answers)", 0, 0,
        false, registerAdvertiser, "advertiser register"},
       {"advertiser", "advertiser", "unregister", "ADVERTISER_ID", "Unregister", 1, 1, false, unregisterAdvertiser,
        "advertiser unregister 1"},

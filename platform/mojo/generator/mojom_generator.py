@@ -1,5 +1,6 @@
 #!/usr/bin/env python3
-"""Writes C++ bindings (records, unions, enums, interfaces with proxies and stubs) for .mojom files.
+"""Writes C++ bindings (records, unions, enums, interfaces with proxies and stubs, and their byte
+encoding) for .mojom files.
 
 Usage: mojom_generator.py --output-dir DIR --include-prefix PREFIX FILE.mojom
 Writes DIR/FILE.mojom.h and DIR/FILE.mojom.cc; the header is included as "PREFIX/FILE.mojom.h".
@@ -11,6 +12,7 @@ import sys
 
 from mojom_parser import Enum, Interface, MojomError, Struct, Union, parse
 from mojom_types import TypeMapper
+import mojom_wire
 
 
 def camel(name: str) -> str:
@@ -280,6 +282,7 @@ def write_interface_decl(out, mapper, module, interface):
     out(f"  using Stub_ = {name}Stub;")
     out("  static bool RequestValidator_(const mojo::Message& message);")
     out("  static bool ResponseValidator_(const mojo::Message& message);")
+    mojom_wire.write_interface_decls(out)
     out()
     out(f"  virtual ~{name}() = default;")
     out()
@@ -512,11 +515,13 @@ def generate(module, include_prefix):
         header(f"#include <{system}>")
     header()
     header('#include "base/callback.h"')
-    for runtime in ("binding", "interface_ptr", "interface_request", "message", "struct_ptr"):
+    for runtime in ("binding", "interface_ptr", "interface_request", "message", "struct_ptr",
+                    "lib/wire"):
         header(f'#include "mojo/public/cpp/bindings/{runtime}.h"')
     for struct in module.structs:
         if struct.cpp_header:
             header(f'#include "{struct.cpp_header}"')
+            header(f'#include "{mojom_wire.traits_header(struct.cpp_header)}"')
     for imported in module.imports:
         prefix = f"{include_prefix}/" if include_prefix else ""
         header(f'#include "{prefix}{os.path.basename(imported)}.h"')
@@ -545,6 +550,7 @@ def generate(module, include_prefix):
     header("namespace internal {")
     for record in records:
         header(f"bool Validate{record.name}(const {record.name}& value);")
+        mojom_wire.write_record_decls(header, record)
     header("}  // namespace internal")
     header()
     close_namespace(header, module.namespace)
@@ -565,8 +571,10 @@ def generate(module, include_prefix):
             write_union_impl(source, mapper, record)
         else:
             write_struct_impl(source, mapper, record)
+        mojom_wire.write_record(source, mapper, record)
     for interface in module.interfaces:
         write_interface_impl(source, mapper, module, interface)
+        mojom_wire.write_interface(source, mapper, interface)
     close_namespace(source, module.namespace)
     return header.text(), source.text()
 

@@ -142,7 +142,8 @@ void ForEachSlot(Visitor&& visit) {
 template <typename Sink>
 CallbackTables<Sink>::CallbackTables() {
   adapter.size = sizeof(adapter);
-  ForEachSlot([this](auto slot, const char*) { wiring::fill<Sink>(slot, TableFor(slot)); });
+  CallbackTables& tables = *this;
+  ForEachSlot([&tables](auto slot, const char*) { wiring::fill<Sink>(slot, tables.TableFor(slot)); });
   gatt = {sizeof(gatt), &client, &server, &scanner};
 }
 
