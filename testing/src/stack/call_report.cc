@@ -28,7 +28,7 @@ std::string propertyText(const bt_property_t& property) {
 }  // namespace
 
 std::string ElementText(const btgatt_db_element_t& e) {
-  return base::StringPrintf("{%u %d %u %u %u %u %s}", e.id, e.type, e.attribute_handle,
+  return base::StringPrintf("{%u %d %u %u %u %u %s}", e.id, ElementType(e), e.attribute_handle,
                             e.start_handle, e.end_handle, e.properties, e.uuid.ToString().c_str());
 }
 

@@ -191,9 +191,10 @@ const std::vector<Rule>& rules() {
        "value of 601 bytes, at most 600"},
       {"states the library maps stay in their enumeration",
        {init(kAdapter), on(kIpc, stateOn)},
-       {init(kAdapter),
-        on(kIpc, [](StackTables& t) { t.adapter.adapter_state_changed_cb(bt_state_t(2)); })},
-       "state 2 outside [0, 1]"},
+       // An enumeration argument cannot even carry 2; the int-typed flags can.
+       {init(kGatt),
+        on(kIpc, [](StackTables& t) { t.client.register_for_notification_cb(1, 2, 0, 3); })},
+       "registered 2 outside [0, 1]"},
       {"properties have the layout of their type; a device type is the host's",
        {init(kAdapter), on(kIpc, found(BT_PROPERTY_TYPE_OF_DEVICE, {7, 0, 0, 0}))},
        {init(kAdapter), on(kIpc, found(BT_PROPERTY_BDADDR, {1, 2, 3, 4, 5}))},

@@ -161,6 +161,13 @@ std::string PropertyTypeName(int type) {
   return name.empty() ? "property" + std::to_string(type) : name;
 }
 
+int32_t ElementType(const btgatt_db_element_t& element) {
+  int32_t type;
+  static_assert(sizeof(element.type) == sizeof(type), "the HAL's type field is 32 bits");
+  std::memcpy(&type, &element.type, sizeof(type));
+  return type;
+}
+
 void AppendProperties(int count, const bt_property_t* properties, std::vector<Field>* fields) {
   for (int i = 0; properties && i < count; ++i) appendProperty(properties[i], fields);
 }
@@ -169,7 +176,7 @@ void AppendDbElements(const btgatt_db_element_t* elements, size_t count,
                       std::vector<Field>* fields) {
   for (size_t i = 0; elements && i < count; ++i) {
     const btgatt_db_element_t& element = elements[i];
-    fields->push_back(NumberField(elementKind(element.type) + ":" + UuidText(element.uuid),
+    fields->push_back(NumberField(elementKind(ElementType(element)) + ":" + UuidText(element.uuid),
                                   element.attribute_handle));
   }
 }

@@ -32,6 +32,9 @@ std::string ValueText(const std::vector<uint8_t>& bytes);
 // Labels of the HAL's enumerations.
 std::string StatusLabel(int status);
 std::string PropertyTypeName(int type);
+// An element's type as the 32-bit value it holds: the library passes the host's value on
+// unchanged, which the HAL's enumeration may not be able to name, so it is read as bytes.
+int32_t ElementType(const btgatt_db_element_t& element);
 
 }  // namespace testing
 }  // namespace tev
