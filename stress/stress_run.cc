@@ -2,11 +2,14 @@
 
 #include <pthread.h>
 
+#include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "base/bind.h"
+#include "bluetooth_tev_service.h"
 #include "hal_calls.h"
 #include "host_events.h"
 #include "tev/testing/flush.h"
@@ -20,6 +23,30 @@ namespace {
 // How often a producing thread waits for the IPC thread to catch up, which keeps every queue
 // bounded however fast the producers run, and the stack's calls from crowding out the host.
 constexpr uint64_t kCallsBetweenFlushes = 16;
+
+// Fulfils its promise when its task has run or was dropped unrun.
+class Delivered {
+ public:
+  explicit Delivered(std::shared_ptr<std::promise<void>> done) : done_(std::move(done)) {}
+  Delivered(Delivered&&) noexcept = default;
+  ~Delivered() {
+    if (done_) done_->set_value();
+  }
+
+ private:
+  std::shared_ptr<std::promise<void>> done_;
+};
+
+// Stack or events thread. Every callback queued so far has been delivered (or its thread is gone). Stack
+// threads that outran the callback thread would keep its queue from ever emptying, and a
+// clean-up, which drains that queue, from ever returning.
+void waitForCallbacks() {
+  auto done = std::make_shared<std::promise<void>>();
+  std::future<void> delivered = done->get_future();
+  BluetoothTevService::GetInstance()->postToCallback(
+      base::BindOnce([](Delivered) {}, Delivered(std::move(done))));
+  delivered.wait();
+}
 constexpr uint64_t kEventsBetweenFlushes = 64;
 
 void nameThisThread(const std::string& name) { pthread_setname_np(pthread_self(), name.c_str()); }
@@ -120,6 +147,8 @@ void StressRun::CallHal(uint64_t seed, Watchdog::Slot& slot) {
     if (calls % kCallsBetweenFlushes == 0) {
       slot.Doing("flushing the IPC thread");
       tev::testing::FlushTaskRunner(session_.ipc());
+      slot.Doing("waiting for the callbacks");
+      waitForCallbacks();
     }
   }
 }
@@ -161,6 +190,8 @@ void StressRun::FireEvents(uint64_t seed, Watchdog::Slot& slot) {
       slot.Doing("flushing the host and IPC threads");
       session_.host().FlushHost();
       tev::testing::FlushTaskRunner(session_.ipc());
+      slot.Doing("waiting for the callbacks");
+      waitForCallbacks();
     }
   }
 }

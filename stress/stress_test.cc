@@ -39,8 +39,8 @@ namespace {
 constexpr auto kDeadlockGuard = std::chrono::seconds(120);
 // The measured part: stretches of adapter cycles, each holding GATT cycles.
 constexpr int kStretches = 4;
-constexpr int kAdapterCyclesPerStretch = 20;
-constexpr int kGattCyclesPerAdapterCycle = 30;
+constexpr int kAdapterCyclesPerStretch = 8;
+constexpr int kGattCyclesPerAdapterCycle = 10;
 // The task queues keep the capacity of the largest backlog they ever held, which grows in rare
 // steps; a leak grows the heap in every stretch. So at least one stretch must stay within this
 // (each adapter cycle legitimately keeps a bridge support object, about 64 bytes, and its bridge
