@@ -74,6 +74,29 @@ std::vector<uint8_t> CommandArgs::Bytes(size_t i, const char* what) {
   return bytes;
 }
 
+CommandArgs::Value CommandArgs::PointerValue(size_t i, const char* what) {
+  Value value;
+  const std::string nullWithLength = "null:";
+  if (IsNull(i)) {
+    value.null = true;
+  } else if (has(i) && !words_[i].quoted && words_[i].text.rfind(nullWithLength, 0) == 0) {
+    value.null = true;
+    const std::string digits = words_[i].text.substr(nullWithLength.size());
+    int64_t length = 0;
+    if (!ParseInteger(digits, &length) || length < 0) {
+      Fail(std::string(what) + ": 'null:' needs a length like null:4, not '" + words_[i].text + "'");
+    }
+    value.length = static_cast<size_t>(length);
+  } else {
+    value.bytes = Bytes(i, what);
+  }
+  return value;
+}
+
+std::string CommandArgs::Value::Text() const {
+  return null ? "null:" + std::to_string(length) : ValueText(bytes);
+}
+
 std::chrono::microseconds CommandArgs::Duration(size_t i) {
   std::chrono::microseconds duration{0};
   if (!has(i) || !ParseDurationMicros(words_[i].text, &duration)) {
@@ -240,9 +263,10 @@ std::string HelpText(const std::string& topic) {
   if (topic.empty()) {
     text =
         "Commands. Values: numbers (0x for hex), addresses aa:bb:cc:dd:ee:ff, UUIDs 180d or the\n"
-        "36-character form, bytes 0a0b or \"text\", durations 500ms or 2s. $VAR is a variable;\n"
-        "# starts a comment. A HAL call must return 0 (success) unless the line ends with\n"
-        "'returns STATUS'.\n" +
+        "36-character form, bytes 0a0b or \"text\", durations 500ms or 2s. A VALUE passed as pointer\n"
+        "and length may also be null (a null pointer, length 0) or null:N (a null pointer, length N).\n"
+        "$VAR is a variable; # starts a comment. A HAL call must return 0 (success) unless the line\n"
+        "ends with 'returns STATUS'.\n" +
         text + "\n" + kExpectHelp +
         "\n'help SECTION' (bt, gatt, client, server, scanner, advertiser, host, script), 'help callbacks'.\n";
   }

@@ -40,6 +40,17 @@ class CommandArgs {
   bool IsNull(size_t i) const { return has(i) && !words_[i].quoted && words_[i].text == "null"; }
   bluetooth::Uuid Uuid(size_t i);
   std::vector<uint8_t> Bytes(size_t i, const char* what);
+  // A value handed to the HAL as pointer and length: bytes as for Bytes(), or "null" (a null
+  // pointer, length 0) or "null:N" (a null pointer with length N), for the stack's mistakes.
+  struct Value {
+    std::vector<uint8_t> bytes;
+    bool null = false;
+    size_t length = 0;
+    const uint8_t* data() const { return null ? nullptr : bytes.data(); }
+    size_t size() const { return null ? length : bytes.size(); }
+    std::string Text() const;
+  };
+  Value PointerValue(size_t i, const char* what);
   std::chrono::microseconds Duration(size_t i);
 
   bool ok() const { return error_.empty(); }

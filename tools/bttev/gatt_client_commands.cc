@@ -137,14 +137,14 @@ bool readCharacteristic(Session& session, CommandArgs& args, std::string* error)
 bool writeCharacteristic(Session& session, CommandArgs& args, std::string* error) {
   const int64_t connId = args.Int(0, "conn_id");
   const int64_t handle = args.Int(1, "handle");
-  const std::vector<uint8_t> value = args.Bytes(2, "the value");
+  const CommandArgs::Value value = args.PointerValue(2, "the value");
   const int64_t writeType = args.has(3) ? args.Choice(3, "write type", kWriteTypes) : 2;
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
   if (!gatt) return false;
   return CallForStatus(
       session, args,
       base::StringPrintf("client.write_characteristic(%lld, %lld, type %lld, %s)", static_cast<long long>(connId),
-                         static_cast<long long>(handle), static_cast<long long>(writeType), ValueText(value).c_str()),
+                         static_cast<long long>(handle), static_cast<long long>(writeType), value.Text().c_str()),
       [&] {
         return gatt->client->write_characteristic(static_cast<int>(connId), static_cast<uint16_t>(handle),
                                                   static_cast<int>(writeType), 0, value.data(), value.size());
@@ -158,12 +158,12 @@ bool readDescriptor(Session& session, CommandArgs& args, std::string* error) {
 bool writeDescriptor(Session& session, CommandArgs& args, std::string* error) {
   const int64_t connId = args.Int(0, "conn_id");
   const int64_t handle = args.Int(1, "handle");
-  const std::vector<uint8_t> value = args.Bytes(2, "the value");
+  const CommandArgs::Value value = args.PointerValue(2, "the value");
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
   if (!gatt) return false;
   return CallForStatus(session, args,
                        base::StringPrintf("client.write_descriptor(%lld, %lld, %s)", static_cast<long long>(connId),
-                                          static_cast<long long>(handle), ValueText(value).c_str()),
+                                          static_cast<long long>(handle), value.Text().c_str()),
                        [&] {
                          return gatt->client->write_descriptor(static_cast<int>(connId), static_cast<uint16_t>(handle),
                                                                0, value.data(), value.size());

@@ -187,14 +187,14 @@ bool sendIndication(Session& session, CommandArgs& args, std::string* error) {
   const int64_t handle = args.Int(1, "attribute handle");
   const int64_t connId = args.Int(2, "conn_id");
   const int64_t confirm = args.Int(3, "confirm (1 indication, 0 notification)");
-  const std::vector<uint8_t> value = args.Bytes(4, "the value");
+  const CommandArgs::Value value = args.PointerValue(4, "the value");
   const btgatt_interface_t* gatt = GattTableFor(session, args, error);
   if (!gatt) return false;
   return CallForStatus(
       session, args,
       base::StringPrintf("server.send_indication(%lld, %lld, %lld, %lld, %s)", static_cast<long long>(serverIf),
                          static_cast<long long>(handle), static_cast<long long>(connId),
-                         static_cast<long long>(confirm), ValueText(value).c_str()),
+                         static_cast<long long>(confirm), value.Text().c_str()),
       [&] {
         return gatt->server->send_indication(static_cast<int>(serverIf), static_cast<int>(handle),
                                              static_cast<int>(connId), static_cast<int>(confirm), value.data(),

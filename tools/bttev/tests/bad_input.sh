@@ -33,6 +33,8 @@ check 1 "bad_value.bttev:4: conn_id must be a number, not 'first'" run "$bad/bad
 check 1 "unmet.bttev:4: expected bt.adapter_state_changed_cb state=off within 0.2s" run "$bad/unmet.bttev"
 check 1 "wrong_status.bttev:3: enable returned 0 (success), expected 1 (fail)" run "$bad/wrong_status.bttev"
 check 1 "unset_variable.bttev:3: \$conn is not set" run "$bad/unset_variable.bttev"
+check 1 "null_length.bttev:4: the value: 'null:' needs a length like null:4, not 'null:x'" \
+  run "$bad/null_length.bttev"
 check 1 "host_send.bttev:2: OnLEDeviceFound: rssi= takes a number, not 'loud'" run "$bad/host_send.bttev"
 check 1 "unknown_event.bttev:2: no BluetoothInstance event 'OnNothing'" run "$bad/unknown_event.bttev"
 check 1 "wrong_text.bttev:2: dump returned \"BluetoothTev: Mojo bridge to Quarne OS\", expected \"x\"" \
