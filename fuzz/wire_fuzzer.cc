@@ -22,7 +22,7 @@ using mojo::internal::WireMessage;
 
 template <typename Interface>
 void decode(WireMessage* wire) {
-  const WireMessage original{wire->name, wire->flags, wire->request_id, wire->bytes, {}};
+  const WireMessage original{wire->name, wire->flags, wire->request_id, wire->bytes, {}, {}};
   const size_t endpoints = wire->endpoints.size();
   mojo::Message message;
   if (!Interface::DecodeMessage_(wire, &message)) {

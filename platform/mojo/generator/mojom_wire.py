@@ -42,10 +42,12 @@ def encode(mapper, ref, expr, indent, depth=0, top_level=False):
         return [f"{indent}writer.WriteScalar(static_cast<int32_t>({expr}));"]
     if isinstance(kind, Interface):
         if ref.is_request:
-            return [f"{indent}writer.WriteEndpoint({expr}.PassMessagePipe());"]
+            return [f"{indent}writer.WriteEndpoint({expr}.PassMessagePipe(), "
+                    f"mojo::internal::CodecOf<{kind.name}>());"]
         if not top_level:
             _interface_in_record(mapper, ref)
-        return [f"{indent}writer.WriteEndpoint({expr}.PassHandle());"]
+        return [f"{indent}writer.WriteEndpoint({expr}.PassHandle(), "
+                f"mojo::internal::CodecOf<{kind.name}>());"]
     if mapper.is_typemapped(ref):
         return [f"{indent}writer.WriteBool(true);",
                 f"{indent}mojo::internal::WireTraits<{kind.cpp_type}>::Write(writer, {expr});"]
@@ -97,7 +99,8 @@ def decode(mapper, ref, target, indent, depth=0, top_level=False):
             _interface_in_record(mapper, ref)
         return [f"{indent}{{",
                 f"{indent}  mojo::ScopedMessagePipeHandle handle{depth};",
-                f"{indent}  if (!reader.ReadEndpoint(&handle{depth}, {nullable})) {fail}",
+                f"{indent}  if (!reader.ReadEndpoint(&handle{depth}, {nullable}, "
+                f"mojo::internal::CodecOf<{kind.name}>())) {fail}",
                 f"{indent}  {target} = {wrapped}(std::move(handle{depth}));",
                 f"{indent}}}"]
     present = f"present{depth}"
@@ -224,6 +227,7 @@ def write_interface(out, mapper, interface):
     out("  out->request_id = message->request_id();")
     out("  out->bytes.clear();")
     out("  out->endpoints.clear();")
+    out("  out->endpoint_codecs.clear();")
     out("  const bool is_response = message->has_flag(mojo::Message::kFlagIsResponse);")
     out("  switch (message->name()) {")
     for method in interface.methods:

@@ -7,12 +7,12 @@ namespace mojo {
 namespace internal {
 namespace {
 
-void DeliverMessage(const std::weak_ptr<Router>& weak_router, Message message) {
-  if (std::shared_ptr<Router> router = weak_router.lock()) router->OnMessage(std::move(message));
+void DeliverMessage(const std::weak_ptr<PipeEndReader>& weak_reader, Message message) {
+  if (std::shared_ptr<PipeEndReader> reader = weak_reader.lock()) reader->OnMessage(std::move(message));
 }
 
-void DeliverPeerClosed(const std::weak_ptr<Router>& weak_router) {
-  if (std::shared_ptr<Router> router = weak_router.lock()) router->OnPeerClosed();
+void DeliverPeerClosed(const std::weak_ptr<PipeEndReader>& weak_reader) {
+  if (std::shared_ptr<PipeEndReader> reader = weak_reader.lock()) reader->OnPeerClosed();
 }
 
 }  // namespace
@@ -44,7 +44,7 @@ void PipeState::Close(int side) {
   end.closed = true;
   dropped.swap(end.queued);
   end.task_runner.reset();
-  end.router.reset();
+  end.reader.reset();
   End& peer = ends_[1 - side];
   if (!peer.closed) {
     if (peer.task_runner) {
@@ -62,11 +62,11 @@ bool PipeState::IsPeerClosed(int side) {
 }
 
 void PipeState::Attach(int side, scoped_refptr<base::SequencedTaskRunner> task_runner,
-                       std::weak_ptr<Router> router) {
+                       std::weak_ptr<PipeEndReader> reader) {
   std::lock_guard<std::mutex> lock(mutex_);
   End& end = ends_[side];
   end.task_runner = std::move(task_runner);
-  end.router = std::move(router);
+  end.reader = std::move(reader);
   while (!end.queued.empty()) {
     PostMessageLocked(end, std::move(end.queued.front().message));
     end.queued.pop_front();
@@ -78,8 +78,8 @@ void PipeState::Detach(int side) {
   std::lock_guard<std::mutex> lock(mutex_);
   End& end = ends_[side];
   end.task_runner.reset();
-  end.router.reset();
-  // A close notice posted to the old router may never have run: the next router gets its own.
+  end.reader.reset();
+  // A close notice posted to the old reader may never have run: the next reader gets its own.
   end.peer_closed = ends_[1 - side].closed;
 }
 
@@ -100,12 +100,12 @@ void PipeState::PostMessageLocked(End& to, Message message) {
   // Named after the method it carries, so that traces show the call rather than the pipe.
   const base::Location from_here(message.method_name(), message.interface_name(), 0);
   to.task_runner->PostTask(from_here,
-                           base::BindOnce(&DeliverMessage, to.router, std::move(message)));
+                           base::BindOnce(&DeliverMessage, to.reader, std::move(message)));
 }
 
 void PipeState::PostPeerClosedLocked(End& to) {
   to.peer_closed = false;
-  to.task_runner->PostTask(FROM_HERE, base::BindOnce(&DeliverPeerClosed, to.router));
+  to.task_runner->PostTask(FROM_HERE, base::BindOnce(&DeliverPeerClosed, to.reader));
 }
 
 }  // namespace internal

@@ -7,13 +7,14 @@
 
 #include "base/sequenced_task_runner.h"
 #include "base/threading/process_idle.h"
-#include "mojo/public/cpp/bindings/lib/router.h"
+#include "mojo/public/cpp/bindings/lib/pipe_end_reader.h"
 #include "mojo/public/cpp/bindings/message.h"
+#include "mojo/public/cpp/system/message_pipe.h"
 
 namespace mojo {
 namespace internal {
 
-// The two ends of one pipe. Messages written to an end that has no router yet wait there and
+// The two ends of one pipe. Messages written to an end that has no reader yet wait there and
 // are delivered, in order, when one attaches; until then they count as work the process has
 // not finished. Safe from any thread.
 class PipeState final : public base::WorkHolder {
@@ -29,7 +30,7 @@ class PipeState final : public base::WorkHolder {
   bool IsPeerClosed(int side);
 
   void Attach(int side, scoped_refptr<base::SequencedTaskRunner> task_runner,
-              std::weak_ptr<Router> router);
+              std::weak_ptr<PipeEndReader> reader);
   void Detach(int side);
 
   std::string DescribeWork() override;
@@ -45,7 +46,7 @@ class PipeState final : public base::WorkHolder {
     bool closed = false;
     bool peer_closed = false;
     scoped_refptr<base::SequencedTaskRunner> task_runner;
-    std::weak_ptr<Router> router;
+    std::weak_ptr<PipeEndReader> reader;
     std::deque<QueuedMessage> queued;
   };
 

@@ -16,13 +16,14 @@ void WireWriter::WriteString(const std::string& value) {
   message_->bytes.insert(message_->bytes.end(), value.begin(), value.end());
 }
 
-void WireWriter::WriteEndpoint(ScopedMessagePipeHandle handle) {
+void WireWriter::WriteEndpoint(ScopedMessagePipeHandle handle, const InterfaceCodec* codec) {
   if (!handle.is_valid()) {
     WriteScalar(kNullEndpoint);
     return;
   }
   WriteScalar(static_cast<uint32_t>(message_->endpoints.size()));
   message_->endpoints.push_back(std::move(handle));
+  message_->endpoint_codecs.push_back(codec);
 }
 
 void WireWriter::AppendLittleEndian(const uint8_t* bytes, size_t size) {
@@ -56,7 +57,8 @@ bool WireReader::ReadString(std::string* value) {
   return true;
 }
 
-bool WireReader::ReadEndpoint(ScopedMessagePipeHandle* handle, bool nullable) {
+bool WireReader::ReadEndpoint(ScopedMessagePipeHandle* handle, bool nullable,
+                              const InterfaceCodec* codec) {
   uint32_t index = 0;
   if (!ReadScalar(&index)) return false;
   if (index == kNullEndpoint) return nullable;
@@ -65,6 +67,8 @@ bool WireReader::ReadEndpoint(ScopedMessagePipeHandle* handle, bool nullable) {
   if (index != endpoints_taken_ || index >= message_->endpoints.size()) return false;
   *handle = std::move(message_->endpoints[index]);
   if (!handle->is_valid()) return false;
+  message_->endpoint_codecs.resize(message_->endpoints.size());
+  message_->endpoint_codecs[index] = codec;
   ++endpoints_taken_;
   return true;
 }

@@ -6,6 +6,7 @@
 
 #include "base/callback.h"
 #include "base/sequenced_task_runner.h"
+#include "mojo/public/cpp/bindings/lib/pipe_end_reader.h"
 #include "mojo/public/cpp/bindings/message.h"
 #include "mojo/public/cpp/system/message_pipe.h"
 
@@ -16,7 +17,7 @@ using MessageValidator = bool (*)(const Message& message);
 
 // The receiving side of one pipe end, bound to a sequence: takes messages off the pipe on that
 // sequence, validates them, and hands requests to the stub or replies to their callbacks.
-class Router : public std::enable_shared_from_this<Router> {
+class Router final : public PipeEndReader, public std::enable_shared_from_this<Router> {
  public:
   struct Config {
     const char* interface_name = "";
@@ -28,7 +29,7 @@ class Router : public std::enable_shared_from_this<Router> {
   static std::shared_ptr<Router> Create(ScopedMessagePipeHandle handle, const Config& config,
                                         MessageReceiverWithResponder* incoming,
                                         scoped_refptr<base::SequencedTaskRunner> task_runner);
-  ~Router();
+  ~Router() override;
   Router(const Router&) = delete;
   Router& operator=(const Router&) = delete;
 
@@ -44,8 +45,8 @@ class Router : public std::enable_shared_from_this<Router> {
   void Close();
 
   // Called by the pipe on the router's sequence.
-  void OnMessage(Message message);
-  void OnPeerClosed();
+  void OnMessage(Message message) override;
+  void OnPeerClosed() override;
 
  private:
   Router(ScopedMessagePipeHandle handle, const Config& config,
