@@ -1,10 +1,16 @@
 #include "tevbridge/TevBridgeSupport.h"
 
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
 #include <mutex>
 
 #include "base/bind.h"
 #include "base/logging.h"
+#include "base/threading/thread.h"
 #include "tevbridge/TevBridgeHostOffer.h"
+#include "tevbridge/TevBridgeSocket.h"
 
 namespace tev {
 namespace {
@@ -60,6 +66,62 @@ void serve(Request request) {
   service->ready(bridgeHost);
 }
 
+// IPC thread: the dial's outcome.
+void serveOverSocket(Request request, std::string path, int fd, unsigned int hostVersion,
+                     std::string error) {
+  if (fd < 0) {
+    LOG(ERROR) << "TevBridgeSupport: " << error << "; bridge request dropped";
+    return;
+  }
+  android::sp<TevService> service = request.service.promote();
+  if (!service) {
+    close(fd);
+    return;
+  }
+  if (hostVersion < request.version) {
+    close(fd);
+    service->versionMismatch(hostVersion);
+    return;
+  }
+  mojo::InterfacePtr<tev::mojom::TevBridgeHost>* bridgeHost =
+      request.support->newHostConnection(fd, std::move(path));
+  service->ready(bridgeHost);
+}
+
+// The dial blocks until the host answers, so it has a thread of its own; kept for the process,
+// like the requests' supports.
+scoped_refptr<base::SingleThreadTaskRunner> dialTaskRunner() {
+  static base::Thread* thread = [] {
+    auto* dial = new base::Thread("tev_bridge_dial");
+    dial->Start();
+    return dial;
+  }();
+  return thread->task_runner();
+}
+
+void dialHost(MojoProcessSupport* support, Request request, std::string path) {
+  dialTaskRunner()->PostTask(
+      FROM_HERE, base::BindOnce(
+                     [](MojoProcessSupport* support, Request request, std::string path) {
+                       unsigned int hostVersion = 0;
+                       std::string error;
+                       const int fd = bridge::DialHost(path, bridge::Purpose::kBridge,
+                                                       request.version, &hostVersion, &error);
+                       scoped_refptr<base::SingleThreadTaskRunner> taskRunner =
+                           ipcTaskRunner(support);
+                       if (!taskRunner) {
+                         LOG(ERROR) << "TevBridgeSupport: no IPC thread; bridge request dropped";
+                         if (fd >= 0) close(fd);
+                         return;
+                       }
+                       taskRunner->PostTask(FROM_HERE,
+                                            base::BindOnce(&serveOverSocket, std::move(request),
+                                                           std::move(path), fd, hostVersion,
+                                                           std::move(error)));
+                     },
+                     support, std::move(request), std::move(path)));
+}
+
 void postServe(MojoProcessSupport* support, Request request) {
   scoped_refptr<base::SingleThreadTaskRunner> taskRunner = ipcTaskRunner(support);
   if (!taskRunner) {
@@ -78,7 +140,34 @@ TevBridgeSupport::TevBridgeSupport(MojoProcessSupport* support) : mSupport(suppo
 
 void TevBridgeSupport::requestTevBridgeProxyAsync(android::wp<TevService> service,
                                                   unsigned int version) {
+  const char* path = std::getenv(bridge::kHostSocketVariable);
+  if (path && *path) {
+    dialHost(mSupport, Request{this, std::move(service), version}, path);
+    return;
+  }
   postServe(mSupport, Request{this, std::move(service), version});
+}
+
+mojo::InterfacePtr<tev::mojom::TevBridgeHost>* TevBridgeSupport::newHostConnection(
+    int fd, std::string path) {
+  // Connections that ended go with their pipes' owners' next request.
+  mConnections.erase(std::remove_if(mConnections.begin(), mConnections.end(),
+                                    [](const std::unique_ptr<mojo::SocketConnection>& connection) {
+                                      return connection->ended();
+                                    }),
+                     mConnections.end());
+  auto connection = std::make_unique<mojo::SocketConnection>(
+      fd, mojo::SocketConnection::Side::kInitiator, "bridge to " + path);
+  mojo::InterfacePtr<tev::mojom::TevBridgeHost>* bridgeHost = newBridgeHostPtr();
+  bridgeHost->Bind(mojo::InterfacePtrInfo<tev::mojom::TevBridgeHost>(
+      connection->TakeFirstPipe<tev::mojom::TevBridgeHost>()));
+  connection->Start(base::BindOnce(
+      [](std::string path) {
+        LOG(WARNING) << "TevBridgeSupport: the connection to the host at " << path << " ended";
+      },
+      std::move(path)));
+  mConnections.push_back(std::move(connection));
+  return bridgeHost;
 }
 
 mojo::InterfacePtr<tev::mojom::TevBridgeHost>* TevBridgeSupport::newBridgeHostPtr() {
@@ -88,6 +177,7 @@ mojo::InterfacePtr<tev::mojom::TevBridgeHost>* TevBridgeSupport::newBridgeHostPt
 
 void TevBridgeSupport::severBridgePipes() {
   for (auto& bridgeHost : mBridgeHosts) bridgeHost->reset();
+  for (auto& connection : mConnections) connection->Close();
 }
 
 namespace bridge {
@@ -102,6 +192,16 @@ void OfferTevBridgeHost(unsigned int version, BindTevBridgeHost bind) {
     waiting.swap(registry().waiting);
   }
   for (Request& request : waiting) postServe(MojoProcessSupport::GetInstance(), std::move(request));
+}
+
+unsigned int CurrentOfferedVersion() {
+  std::lock_guard<std::mutex> lock(registry().mutex);
+  return registry().offered ? registry().hostVersion : 0;
+}
+
+BindTevBridgeHost CurrentOfferedBind() {
+  std::lock_guard<std::mutex> lock(registry().mutex);
+  return registry().offered ? registry().bind : BindTevBridgeHost();
 }
 
 void WithdrawTevBridgeHost() {

@@ -18,6 +18,11 @@ void OfferTevBridgeHost(unsigned int version, BindTevBridgeHost bind);
 // Later requests wait again until a host is offered.
 void WithdrawTevBridgeHost();
 
+// What is offered now: the version (0 when nothing is) and how to bind a pipe to it (null when
+// nothing is).
+unsigned int CurrentOfferedVersion();
+BindTevBridgeHost CurrentOfferedBind();
+
 // Closes, on the IPC thread, every bridge pipe handed out so far, as a host crash would.
 void SeverTevBridgePipes();
 

@@ -6,14 +6,16 @@
 #include <vector>
 
 #include "mojo/public/cpp/bindings/interface_ptr.h"
+#include "mojo/public/cpp/system/socket_connection.h"
 #include "mojom/tev_bridge.mojom.h"
 #include "tevbridge/MojoProcessSupport.h"
 #include "tevbridge/TevService.h"
 
 namespace tev {
 
-// Connects guest services to the host's bridge. Kept for the life of the process, since the
-// bridge pipes it hands out stay open as long as it exists.
+// Connects guest services to the host's bridge: the one offered in this process, or, when the
+// environment names a host socket, the host process listening there. Kept for the life of the
+// process, since the bridge pipes it hands out stay open as long as it exists.
 class TevBridgeSupport {
  public:
   explicit TevBridgeSupport(MojoProcessSupport* support);
@@ -27,11 +29,14 @@ class TevBridgeSupport {
 
   // IPC thread only.
   mojo::InterfacePtr<tev::mojom::TevBridgeHost>* newBridgeHostPtr();
+  // A bridge pipe over a new connection to the host process on `fd`, connected to `path`.
+  mojo::InterfacePtr<tev::mojom::TevBridgeHost>* newHostConnection(int fd, std::string path);
   void severBridgePipes();
 
  private:
   MojoProcessSupport* mSupport;
   std::vector<std::unique_ptr<mojo::InterfacePtr<tev::mojom::TevBridgeHost>>> mBridgeHosts;
+  std::vector<std::unique_ptr<mojo::SocketConnection>> mConnections;
 };
 
 }  // namespace tev
