@@ -7,6 +7,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   android-libutils-dev nlohmann-json3-dev
   python3 blueprint-tools
+  libedit-dev pkg-config
 )
 
 missing=()

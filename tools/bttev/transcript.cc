@@ -8,6 +8,7 @@ namespace bttev {
 namespace {
 
 using Direction = sim::JournalEntry::Direction;
+using Stream = TranscriptSink::Stream;
 
 // What the host did, from the host's side: it received a call, replied, sent an event, got the
 // library's answer to an event, or noted something of its own.
@@ -43,6 +44,22 @@ void Transcript::SetHost(const sim::SimulatedHost* host) {
   journalPrinted_ = 0;
 }
 
+void Transcript::Divert(TranscriptSink* sink) {
+  std::lock_guard<std::mutex> lock(mutex_);
+  sink_ = sink;
+}
+
+void Transcript::writeLocked(Stream stream, const std::string& text) {
+  if (sink_) {
+    sink_->Write(stream, text);
+  } else if (stream == Stream::kErr) {
+    out_.flush();
+    err_ << text;
+  } else {
+    out_ << text;
+  }
+}
+
 std::string Transcript::clockLocked() const { return host_ ? seconds(host_->Now()) : std::string(9, ' '); }
 
 void Transcript::flushPendingCallLocked() {
@@ -54,7 +71,7 @@ void Transcript::flushPendingCallLocked() {
 void Transcript::lineLocked(const std::string& actor, const std::string& text, const std::string& clock) {
   if (verbosity_ == Verbosity::kQuiet) return;
   flushPendingCallLocked();
-  out_ << (clock.empty() ? clockLocked() : clock) << "  " << actor << "  " << text << "\n";
+  writeLocked(Stream::kOut, (clock.empty() ? clockLocked() : clock) + "  " + actor + "  " + text + "\n");
 }
 
 void Transcript::pumpLocked() {
@@ -77,15 +94,15 @@ void Transcript::pumpLocked() {
     }
     if (verbosity_ == Verbosity::kQuiet) continue;
     flushPendingCallLocked();
-    out_ << seconds(entry.time) << "  host   " << hostVerb(entry.direction) << " " << entry.method
-         << (entry.summary.empty() ? "" : "  " + entry.summary) << "\n";
+    writeLocked(Stream::kOut, seconds(entry.time) + "  host   " + hostVerb(entry.direction) + " " + entry.method +
+                                  (entry.summary.empty() ? "" : "  " + entry.summary) + "\n");
   }
 }
 
 void Transcript::Heading(const std::string& text) {
   std::lock_guard<std::mutex> lock(mutex_);
   pumpLocked();
-  if (verbosity_ != Verbosity::kQuiet) out_ << "\n== " << text << "\n";
+  if (verbosity_ != Verbosity::kQuiet) writeLocked(Stream::kOut, "\n== " + text + "\n");
 }
 
 void Transcript::HalCallStarted(const std::string& call) {
@@ -117,7 +134,7 @@ void Transcript::Callback(const CallbackEvent& event, const std::vector<Contract
   lineLocked(event.inlineResult ? "cb(i)" : "cb   ", event.ToString() + "   [" + event.thread.name + "]");
   for (const ContractChecker::Breach& breach : breaches) {
     ++counts_.breaches;
-    err_ << clockLocked() << "  !!     contract breach: " << breach.ToString() << "\n";
+    writeLocked(Stream::kErr, clockLocked() + "  !!     contract breach: " + breach.ToString() + "\n");
   }
 }
 
@@ -139,14 +156,13 @@ void Transcript::Note(const std::string& text) {
 void Transcript::Print(const std::string& text) {
   std::lock_guard<std::mutex> lock(mutex_);
   pumpLocked();
-  out_ << text;
+  writeLocked(Stream::kOut, text);
 }
 
 void Transcript::Error(const std::string& text) {
   std::lock_guard<std::mutex> lock(mutex_);
   pumpLocked();
-  out_.flush();
-  err_ << text << "\n";
+  writeLocked(Stream::kErr, text + "\n");
 }
 
 void Transcript::PumpJournal() {
@@ -160,7 +176,7 @@ void Transcript::PrintJournal(size_t count) {
   if (!host_) return;
   const std::vector<sim::JournalEntry> entries = host_->journal().Entries();
   const size_t first = count == 0 || count > entries.size() ? 0 : entries.size() - count;
-  for (size_t i = first; i < entries.size(); ++i) out_ << entries[i].ToString() << "\n";
+  for (size_t i = first; i < entries.size(); ++i) writeLocked(Stream::kOut, entries[i].ToString() + "\n");
 }
 
 Transcript::Counts Transcript::counts() const {

@@ -19,6 +19,15 @@ enum class Verbosity {
   kVerbose,  // and every library log line
 };
 
+// Takes the transcript's text in place of its streams, e.g. a line editor that must show it above
+// the line being typed. Called from any thread, under the transcript's lock.
+class TranscriptSink {
+ public:
+  enum class Stream { kOut, kErr };
+  virtual ~TranscriptSink() = default;
+  virtual void Write(Stream stream, std::string text) = 0;
+};
+
 // The readable account of a session: each HAL call, what the host received and sent because of
 // it (from the host's journal), each callback with its thread, and any contract breach, in the
 // order they happened. Any thread may print.
@@ -38,6 +47,9 @@ class Transcript {
 
   // The host whose journal and clock the transcript shows; null detaches.
   void SetHost(const sim::SimulatedHost* host);
+  // From now on the text goes to `sink` instead of the streams; null goes back to the streams.
+  // The sink must stay alive until replaced.
+  void Divert(TranscriptSink* sink);
 
   void Heading(const std::string& text);
   // A HAL call on the stack thread. Its line waits for the outcome unless something else is
@@ -66,12 +78,14 @@ class Transcript {
   // At `clock`, or now for an empty one.
   void lineLocked(const std::string& actor, const std::string& text, const std::string& clock = "");
   std::string clockLocked() const;
+  void writeLocked(TranscriptSink::Stream stream, const std::string& text);
 
   std::ostream& out_;
   std::ostream& err_;
   const Verbosity verbosity_;
   mutable std::mutex mutex_;
   const sim::SimulatedHost* host_ = nullptr;
+  TranscriptSink* sink_ = nullptr;
   size_t journalPrinted_ = 0;
   std::string pendingCall_;
   std::string pendingCallClock_;
