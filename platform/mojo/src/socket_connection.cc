@@ -140,7 +140,7 @@ void SocketConnection::SendMessage(SocketEndpoint* endpoint, Message message) {
     frame.new_pipes.push_back(id);
     AddEndpoint(id, wire.endpoint_codecs[i], std::move(wire.endpoints[i]));
   }
-  if (WriteFrame(frame)) messages_sent_.fetch_add(1);
+  WriteFrame(frame);
 }
 
 void SocketConnection::SendClosed(uint32_t id) {
@@ -158,7 +158,10 @@ void SocketConnection::SendClosedFrame(uint32_t id) {
 bool SocketConnection::WriteFrame(const Frame& frame) {
   const std::vector<uint8_t> bytes = internal::SerializeFrame(frame);
   std::lock_guard<std::mutex> lock(write_mutex_);
-  if (internal::WriteAll(fd_, bytes.data(), bytes.size())) return true;
+  if (internal::WriteAll(fd_, bytes.data(), bytes.size())) {
+    messages_sent_.fetch_add(1);
+    return true;
+  }
   // The reader sees the end too and closes the pipes.
   shutdown(fd_, SHUT_RDWR);
   return false;
@@ -171,6 +174,8 @@ void SocketConnection::ReadLoop() {
     const internal::ReadStatus status = internal::ReadFrame(fd_, &frame, &problem);
     if (status != internal::ReadStatus::kFrame) break;
     if (!Dispatch(std::move(frame), &problem)) break;
+    // After the delivery, so that a count that has stopped moving means delivered.
+    messages_received_.fetch_add(1);
   }
   End(problem);
 }
@@ -235,7 +240,6 @@ bool SocketConnection::Dispatch(Frame frame, std::string* problem) {
     AddEndpoint(frame.new_pipes[i], wire.endpoint_codecs[i], std::move(ours[i]));
   }
   endpoint->Deliver(std::move(message));
-  messages_received_.fetch_add(1);
   return true;
 }
 

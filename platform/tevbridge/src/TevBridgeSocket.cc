@@ -163,7 +163,7 @@ void HostSocket::Wake() {
 }
 
 void HostSocket::Loop() {
-  pthread_setname_np(pthread_self(), "tev_bridge_listen");
+  pthread_setname_np(pthread_self(), "tev_bridge_host");
   while (!mStopping) {
     pollfd fds[2] = {{mListenFd, POLLIN, 0}, {mWakeFds[0], POLLIN, 0}};
     if (poll(fds, 2, -1) < 0) {

@@ -2,7 +2,6 @@
 
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <mutex>
 
@@ -34,6 +33,17 @@ struct Registry {
 
 Registry& registry() {
   static Registry* instance = new Registry;
+  return *instance;
+}
+
+// This process's connections to a host process; the newest one is in use.
+struct HostConnections {
+  std::mutex mutex;
+  std::vector<std::unique_ptr<mojo::SocketConnection>> list;
+};
+
+HostConnections& hostConnections() {
+  static HostConnections* instance = new HostConnections;
   return *instance;
 }
 
@@ -150,12 +160,6 @@ void TevBridgeSupport::requestTevBridgeProxyAsync(android::wp<TevService> servic
 
 mojo::InterfacePtr<tev::mojom::TevBridgeHost>* TevBridgeSupport::newHostConnection(
     int fd, std::string path) {
-  // Connections that ended go with their pipes' owners' next request.
-  mConnections.erase(std::remove_if(mConnections.begin(), mConnections.end(),
-                                    [](const std::unique_ptr<mojo::SocketConnection>& connection) {
-                                      return connection->ended();
-                                    }),
-                     mConnections.end());
   auto connection = std::make_unique<mojo::SocketConnection>(
       fd, mojo::SocketConnection::Side::kInitiator, "bridge to " + path);
   mojo::InterfacePtr<tev::mojom::TevBridgeHost>* bridgeHost = newBridgeHostPtr();
@@ -166,7 +170,16 @@ mojo::InterfacePtr<tev::mojom::TevBridgeHost>* TevBridgeSupport::newHostConnecti
         LOG(WARNING) << "TevBridgeSupport: the connection to the host at " << path << " ended";
       },
       std::move(path)));
-  mConnections.push_back(std::move(connection));
+  std::vector<std::unique_ptr<mojo::SocketConnection>> ended;
+  {
+    HostConnections& connections = hostConnections();
+    std::lock_guard<std::mutex> lock(connections.mutex);
+    // The process is one guest to the host, which serves one guest at a time: a new bridge
+    // (the stack's next init) ends the one before, whose pipes the service has let go.
+    for (auto& earlier : connections.list) earlier->Close();
+    ended.swap(connections.list);
+    connections.list.push_back(std::move(connection));
+  }
   return bridgeHost;
 }
 
@@ -177,7 +190,9 @@ mojo::InterfacePtr<tev::mojom::TevBridgeHost>* TevBridgeSupport::newBridgeHostPt
 
 void TevBridgeSupport::severBridgePipes() {
   for (auto& bridgeHost : mBridgeHosts) bridgeHost->reset();
-  for (auto& connection : mConnections) connection->Close();
+  HostConnections& connections = hostConnections();
+  std::lock_guard<std::mutex> lock(connections.mutex);
+  for (auto& connection : connections.list) connection->Close();
 }
 
 namespace bridge {
@@ -202,6 +217,17 @@ unsigned int CurrentOfferedVersion() {
 BindTevBridgeHost CurrentOfferedBind() {
   std::lock_guard<std::mutex> lock(registry().mutex);
   return registry().offered ? registry().bind : BindTevBridgeHost();
+}
+
+void HostConnectionTraffic(uint64_t* sent, uint64_t* received) {
+  *sent = 0;
+  *received = 0;
+  HostConnections& connections = hostConnections();
+  std::lock_guard<std::mutex> lock(connections.mutex);
+  for (const auto& connection : connections.list) {
+    *sent += connection->messages_sent();
+    *received += connection->messages_received();
+  }
 }
 
 void WithdrawTevBridgeHost() {

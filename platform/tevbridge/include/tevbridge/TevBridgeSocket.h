@@ -34,7 +34,11 @@ enum class Purpose : uint32_t {
 int DialHost(const std::string& path, Purpose purpose, unsigned int version,
              unsigned int* hostVersion, std::string* error);
 
-// Accepts guests and tools at `path` on a thread of its own, "tev_bridge_listen". One guest is
+// Guest: the messages this process's connections to the host have sent and received so far,
+// for waits that must know when nothing is on its way between the two processes.
+void HostConnectionTraffic(uint64_t* sent, uint64_t* received);
+
+// Accepts guests and tools at `path` on a thread of its own, "tev_bridge_host". One guest is
 // served at a time, bound to the bridge host offered in this process (OfferTevBridgeHost);
 // others wait their turn. Connections from other users are refused.
 class HostSocket {

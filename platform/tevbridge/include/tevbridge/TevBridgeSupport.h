@@ -29,14 +29,14 @@ class TevBridgeSupport {
 
   // IPC thread only.
   mojo::InterfacePtr<tev::mojom::TevBridgeHost>* newBridgeHostPtr();
-  // A bridge pipe over a new connection to the host process on `fd`, connected to `path`.
+  // A bridge pipe over a new connection to the host process on `fd`, connected to `path`; it
+  // ends the process's earlier connections.
   mojo::InterfacePtr<tev::mojom::TevBridgeHost>* newHostConnection(int fd, std::string path);
   void severBridgePipes();
 
  private:
   MojoProcessSupport* mSupport;
   std::vector<std::unique_ptr<mojo::InterfacePtr<tev::mojom::TevBridgeHost>>> mBridgeHosts;
-  std::vector<std::unique_ptr<mojo::SocketConnection>> mConnections;
 };
 
 }  // namespace tev

@@ -57,7 +57,9 @@ class SocketConnection {
   void Close();
 
   bool ended() const { return ended_.load(); }
-  // Messages written to the socket and messages read and handed to a pipe, so far.
+  // Frames written to the socket and frames read from it, so far: messages, whether a pipe
+  // took them or not, and pipe closings. Equal counts across a quiet connection mean that
+  // nothing is in flight.
   uint64_t messages_sent() const { return messages_sent_.load(); }
   uint64_t messages_received() const { return messages_received_.load(); }
 
