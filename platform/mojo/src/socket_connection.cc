@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <vector>
 
 #include "base/bind.h"
@@ -17,11 +18,13 @@ namespace internal {
 // the "mojo_socket" thread, and sends it; takes what arrives for it into the pipe.
 class SocketEndpoint final : public PipeEndReader {
  public:
-  SocketEndpoint(SocketConnection* connection, uint32_t id, const InterfaceCodec* codec,
-                 ScopedMessagePipeHandle handle)
-      : connection_(connection), id_(id), codec_(codec), handle_(std::move(handle)) {}
+  SocketEndpoint(SocketConnection* connection, uint32_t id, uint64_t born,
+                 const InterfaceCodec* codec, ScopedMessagePipeHandle handle)
+      : connection_(connection), id_(id), born_(born), codec_(codec), handle_(std::move(handle)) {}
 
   uint32_t id() const { return id_; }
+  // Its place in the order in which the connection's pipes were made.
+  uint64_t born() const { return born_; }
   const InterfaceCodec* codec() const { return codec_; }
 
   // Any thread: hands a message that arrived to the process's end of the pipe.
@@ -41,6 +44,7 @@ class SocketEndpoint final : public PipeEndReader {
  private:
   SocketConnection* const connection_;
   const uint32_t id_;
+  const uint64_t born_;
   const InterfaceCodec* const codec_;
   ScopedMessagePipeHandle handle_;
 };
@@ -88,7 +92,8 @@ void SocketConnection::Close() { shutdown(fd_, SHUT_RDWR); }
 
 std::shared_ptr<SocketEndpoint> SocketConnection::AddEndpoint(
     uint32_t id, const internal::InterfaceCodec* codec, ScopedMessagePipeHandle handle) {
-  auto endpoint = std::make_shared<SocketEndpoint>(this, id, codec, std::move(handle));
+  auto endpoint = std::make_shared<SocketEndpoint>(this, id, pipes_made_.fetch_add(1), codec,
+                                                   std::move(handle));
   {
     std::lock_guard<std::mutex> lock(mutex_);
     if (ended_.load()) {
@@ -254,7 +259,15 @@ void SocketConnection::End(const std::string& problem) {
     LOG(ERROR) << "mojo: " << name_ << ": " << problem << "; closing the connection";
   }
   shutdown(fd_, SHUT_RDWR);
-  for (auto& entry : endpoints) entry.second->Close();
+  // Newest first: a pipe that came inside a message on another closes before the one that
+  // carried it, as when its owner tears its objects down in the reverse order of making them.
+  std::vector<std::shared_ptr<SocketEndpoint>> newestFirst;
+  for (auto& entry : endpoints) newestFirst.push_back(std::move(entry.second));
+  std::sort(newestFirst.begin(), newestFirst.end(),
+            [](const std::shared_ptr<SocketEndpoint>& a, const std::shared_ptr<SocketEndpoint>& b) {
+              return a->born() > b->born();
+            });
+  for (auto& endpoint : newestFirst) endpoint->Close();
   base::OnceClosure on_ended = std::move(on_ended_);
   if (on_ended) std::move(on_ended).Run();
 }

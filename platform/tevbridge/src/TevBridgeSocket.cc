@@ -148,12 +148,21 @@ HostSocket::~HostSocket() {
   mStopping = true;
   Wake();
   mThread.join();
-  mGuest.reset();
+  {
+    std::lock_guard<std::mutex> lock(mGuestMutex);
+    mGuest.reset();
+  }
   for (int fd : mWaitingGuests) close(fd);
   close(mListenFd);
   unlink(mPath.c_str());
   close(mWakeFds[0]);
   close(mWakeFds[1]);
+}
+
+void HostSocket::servedGuestTraffic(uint64_t* sent, uint64_t* received) const {
+  std::lock_guard<std::mutex> lock(mGuestMutex);
+  *sent = mGuest ? mGuest->messages_sent() : 0;
+  *received = mGuest ? mGuest->messages_received() : 0;
 }
 
 void HostSocket::Wake() {
@@ -177,8 +186,11 @@ void HostSocket::Loop() {
       }
     }
     if (mGuestEnded.exchange(false)) {
-      mGuest.reset();
-      mHandlers.guestGone.Run(mGuestName);
+      {
+        std::lock_guard<std::mutex> lock(mGuestMutex);
+        mGuest.reset();
+      }
+      if (mHandlers.guestGone) mHandlers.guestGone.Run(mGuestName);
       ServeNextGuest();
     }
     if (fds[0].revents & POLLIN) Accept();
@@ -214,6 +226,10 @@ void HostSocket::Accept() {
     return;
   }
   if (hello[1] == static_cast<uint32_t>(Purpose::kControl)) {
+    if (!mHandlers.controlConnected) {
+      close(fd);
+      return;
+    }
     mHandlers.controlConnected.Run(std::make_unique<mojo::SocketConnection>(
         fd, mojo::SocketConnection::Side::kAcceptor, "control"));
     return;
@@ -233,10 +249,13 @@ void HostSocket::ServeNextGuest() {
   const int fd = mWaitingGuests.front();
   mWaitingGuests.pop_front();
   mGuestName = "guest " + std::to_string(++mGuestsSeen);
-  mGuest = std::make_unique<mojo::SocketConnection>(fd, mojo::SocketConnection::Side::kAcceptor,
-                                                    mGuestName);
+  {
+    std::lock_guard<std::mutex> lock(mGuestMutex);
+    mGuest = std::make_unique<mojo::SocketConnection>(
+        fd, mojo::SocketConnection::Side::kAcceptor, mGuestName);
+  }
   bindOnIpcThread(std::move(bind), mGuest->TakeFirstPipe<tev::mojom::TevBridgeHost>());
-  mHandlers.guestServed.Run(mGuestName);
+  if (mHandlers.guestServed) mHandlers.guestServed.Run(mGuestName);
   mGuest->Start(base::BindOnce(
       [](HostSocket* self) {
         self->mGuestEnded = true;

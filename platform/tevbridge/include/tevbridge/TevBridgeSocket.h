@@ -43,6 +43,7 @@ void HostConnectionTraffic(uint64_t* sent, uint64_t* received);
 // others wait their turn. Connections from other users are refused.
 class HostSocket {
  public:
+  // Each may be left null.
   struct Handlers {
     // A guest's turn began or ended; its pipes are all closed before the end is told.
     base::RepeatingCallback<void(const std::string& guest)> guestServed;
@@ -60,6 +61,10 @@ class HostSocket {
   HostSocket(const HostSocket&) = delete;
   HostSocket& operator=(const HostSocket&) = delete;
 
+  // The messages the connection of the guest being served has sent and received so far; zero
+  // while none is. Any thread.
+  void servedGuestTraffic(uint64_t* sent, uint64_t* received) const;
+
  private:
   HostSocket(std::string path, int listenFd, Handlers handlers);
 
@@ -75,8 +80,10 @@ class HostSocket {
   const Handlers mHandlers;
   std::thread mThread;
   std::atomic<bool> mStopping{false};
-  // Listener thread only, except mGuestEnded.
+  // Listener thread only, except mGuestEnded; mGuest changes under mGuestMutex, for readers on
+  // other threads.
   std::deque<int> mWaitingGuests;
+  mutable std::mutex mGuestMutex;
   std::unique_ptr<mojo::SocketConnection> mGuest;
   std::string mGuestName;
   unsigned int mGuestsSeen = 0;

@@ -24,7 +24,7 @@ struct Frame;
 // is made by both sides with the same interface; interface pointers and requests sent on any
 // pipe become further pipes on the same connection. What arrives is checked as bytes against
 // its interface before anything is built from it: a malformed message ends the connection,
-// which closes every pipe it carries on both sides, with one log line.
+// which closes every pipe it carries on both sides, newest first, with one log line.
 //
 // Messages leave through the connection's own thread, "mojo_socket", and arrive from a reader
 // thread that delivers them into the pipes, so either side's pipes keep their order.
@@ -93,6 +93,7 @@ class SocketConnection {
   std::atomic<bool> ended_{false};
   std::atomic<uint64_t> messages_sent_{0};
   std::atomic<uint64_t> messages_received_{0};
+  std::atomic<uint64_t> pipes_made_{0};
 
   std::mutex write_mutex_;
   std::mutex mutex_;
