@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <thread>
 #include <vector>
 
 #include "base/bind.h"
@@ -68,8 +69,9 @@ SocketConnection::SocketConnection(int fd, Side side, std::string name)
 
 SocketConnection::~SocketConnection() {
   Close();
-  if (reader_.joinable()) {
-    reader_.join();
+  if (reader_done_) {
+    std::unique_lock<std::mutex> lock(reader_done_->mutex);
+    reader_done_->cv.wait(lock, [this] { return reader_done_->done; });
   } else {
     End("");
   }
@@ -85,7 +87,18 @@ ScopedMessagePipeHandle SocketConnection::TakeFirstPipe(const internal::Interfac
 
 void SocketConnection::Start(base::OnceClosure on_ended) {
   on_ended_ = std::move(on_ended);
-  reader_ = std::thread(&SocketConnection::ReadLoop, this);
+  // Detached, so that a connection kept until the process exits leaves no thread to join; the
+  // destructor waits for it instead, through state the thread keeps alive by itself.
+  reader_done_ = std::make_shared<ReaderDone>();
+  std::thread(
+      [this](std::shared_ptr<ReaderDone> done) {
+        ReadLoop();
+        std::lock_guard<std::mutex> lock(done->mutex);
+        done->done = true;
+        done->cv.notify_all();
+      },
+      reader_done_)
+      .detach();
 }
 
 void SocketConnection::Close() { shutdown(fd_, SHUT_RDWR); }

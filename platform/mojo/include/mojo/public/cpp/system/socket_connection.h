@@ -1,12 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <string>
-#include <thread>
 
 #include "base/callback.h"
 #include "base/threading/thread.h"
@@ -88,7 +88,12 @@ class SocketConnection {
   const Side side_;
   const std::string name_;
   base::Thread io_thread_{"mojo_socket"};
-  std::thread reader_;
+  struct ReaderDone {
+    std::mutex mutex;
+    std::condition_variable cv;
+    bool done = false;
+  };
+  std::shared_ptr<ReaderDone> reader_done_;
   base::OnceClosure on_ended_;
   std::atomic<bool> ended_{false};
   std::atomic<uint64_t> messages_sent_{0};
