@@ -58,8 +58,9 @@ bool GuestSession::Enable() {
 }
 
 bool GuestSession::SetAdapterName(const std::string& name) {
-  std::vector<char> value(name.begin(), name.end());
-  bt_property_t property{BT_PROPERTY_BDNAME, static_cast<int>(value.size()), value.data()};
+  bt_bdname_t value{};
+  name.copy(reinterpret_cast<char*>(value.name), sizeof(value.name) - 1);
+  bt_property_t property{BT_PROPERTY_BDNAME, static_cast<int>(name.size()), &value};
   const size_t before = mStack.Count("adapter_properties_cb");
   if (bt()->set_adapter_property(&property) != BT_STATUS_SUCCESS) return false;
   return mStack.WaitFor("adapter_properties_cb", before + 1).text().find(name) != std::string::npos;
