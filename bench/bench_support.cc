@@ -1,6 +1,8 @@
 #include "bench_support.h"
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 
 namespace tev {
 namespace bench {
@@ -22,7 +24,15 @@ void Countdown::Tick() {
 
 void Countdown::Wait() {
   std::unique_lock<std::mutex> lock(mutex_);
-  done_cv_.wait(lock, [this] { return done_; });
+  if (!done_cv_.wait_for(lock, kDeadlockGuard, [this] { return done_; })) {
+    GuardExpired("the last delivery of a batch");
+  }
+}
+
+void GuardExpired(const char* awaited) {
+  std::fprintf(stderr, "waited %llds for %s; giving up\n",
+               static_cast<long long>(kDeadlockGuard.count()), awaited);
+  std::abort();
 }
 
 void LatencySamples::Report(benchmark::State& state) {

@@ -24,6 +24,11 @@ inline int64_t NowNs() {
       .count();
 }
 
+// Nothing correct comes close: a guard against a lost event or a deadlock hanging the run.
+constexpr std::chrono::seconds kDeadlockGuard{30};
+// Ends the run, saying what was awaited, when a guarded wait outlasts kDeadlockGuard.
+[[noreturn]] void GuardExpired(const char* awaited);
+
 // Counts deliveries on the receiving thread and wakes the driver only when the last one of a
 // batch arrives, so that the wake-up is not part of each event's cost.
 class Countdown {
@@ -31,6 +36,7 @@ class Countdown {
   void Arm(uint64_t count);
   // Receiving thread.
   void Tick();
+  // Ends the run after kDeadlockGuard.
   void Wait();
 
  private:

@@ -77,7 +77,7 @@ void CountingStack::Arrived(int64_t sent_ns) {
 
 void CountingStack::WaitUntil(const std::function<bool()>& condition) {
   std::unique_lock<std::mutex> lock(mutex_);
-  changed_cv_.wait(lock, condition);
+  if (!changed_cv_.wait_for(lock, kDeadlockGuard, condition)) GuardExpired("a set-up callback");
 }
 
 void CountingStack::Changed() {

@@ -27,7 +27,8 @@ class CountingStack {
   bt_callbacks_t* callbacks() { return &tables_.adapter; }
   const btgatt_callbacks_t* gattCallbacks() { return &tables_.gatt; }
 
-  // Blocks until `condition` holds; it is checked after every set-up callback.
+  // Blocks until `condition` holds; it is checked after every set-up callback. Ends the run
+  // after kDeadlockGuard.
   void WaitUntil(const std::function<bool()>& condition);
 
   Countdown delivered;

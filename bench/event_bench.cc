@@ -12,6 +12,8 @@
 #include "bench_support.h"
 #include "counting_stack.h"
 #include "event_world.h"
+#include "host_events.h"
+#include "stack_bring_up.h"
 
 namespace tev {
 namespace bench {
@@ -20,71 +22,9 @@ namespace {
 constexpr int kBatch = 10000;
 constexpr int kAllocationEvents = 20000;
 constexpr size_t kLatencySamples = 200000;
-// A notification filling a default ATT MTU, and a full legacy advertisement.
-constexpr size_t kNotifyBytes = 20;
-constexpr size_t kAdvertisingBytes = 31;
-
-enum class Kind { kNotify, kScan };
-
-// What the host builds for one event and moves into the call (a scan result has no ids).
-struct Records {
-  tev::mojom::BluetoothAddressPtr address;
-  tev::mojom::BluetoothGattServiceIDPtr service;
-  tev::mojom::BluetoothGattIDPtr characteristic;
-};
-
-Records MakeRecords(Kind kind) {
-  Records records;
-  records.address = PeerAddress();
-  if (kind == Kind::kNotify) {
-    records.service = tev::mojom::BluetoothGattServiceID::New(
-        tev::mojom::BluetoothGattID::New(bluetooth::Uuid::From16Bit(0x180d), 1, 1), true);
-    records.characteristic =
-        tev::mojom::BluetoothGattID::New(bluetooth::Uuid::From16Bit(0x2a37), 2, 2);
-  }
-  return records;
-}
-
-std::vector<uint8_t> MakeValue(Kind kind) {
-  return std::vector<uint8_t>(kind == Kind::kNotify ? kNotifyBytes : kAdvertisingBytes, 0x5a);
-}
-
-// `to` is the host's proxy of the library's BluetoothInstance, or the library itself.
-void Deliver(Kind kind, Records records, const std::vector<uint8_t>& value,
-             tev::mojom::BluetoothInstance* to) {
-  if (kind == Kind::kNotify) {
-    to->OnGattNotify(std::move(records.address), std::move(records.service),
-                     std::move(records.characteristic), true, value);
-  } else {
-    to->OnLEDeviceFound(std::move(records.address), -60, value);
-  }
-}
-
-// What building and sending cost the host thread, in blocks.
-struct HostAllocations {
-  uint64_t records = 0;
-  uint64_t send = 0;
-};
-
-// Host thread: `count` events, as fast as the host can build and send them.
-void Send(Kind kind, int count, bool stamp, HostAllocations* allocations,
-          tev::mojom::BluetoothInstance* instance) {
-  std::vector<uint8_t> value = MakeValue(kind);
-  for (int i = 0; i < count; ++i) {
-    const uint64_t start = AllocationsOnThisThread();
-    Records records = MakeRecords(kind);
-    const uint64_t built = AllocationsOnThisThread();
-    if (stamp) StampInto(value.data(), NowNs());
-    Deliver(kind, std::move(records), value, instance);
-    if (allocations) {
-      allocations->records += built - start;
-      allocations->send += AllocationsOnThisThread() - built;
-    }
-  }
-}
 
 void Fire(Kind kind, int count, bool stamp, HostAllocations* allocations = nullptr) {
-  EventWorld::Get().host().Post(base::BindOnce(&Send, kind, count, stamp, allocations));
+  EventWorld::Get().host().Post(base::BindOnce(&SendEvents, kind, count, stamp, allocations));
 }
 
 // IPC thread: the library's part alone; returns the blocks it allocated there.
@@ -136,7 +76,7 @@ void Latency(benchmark::State& state, Kind kind) {
 // as the pipe hands them over, entered back to back on the IPC thread.
 void LibraryThroughput(benchmark::State& state, Kind kind) {
   CountingStack& stack = CountingStack::Get();
-  const scoped_refptr<base::SingleThreadTaskRunner> ipc = EventWorld::IpcTaskRunner();
+  const scoped_refptr<base::SingleThreadTaskRunner> ipc = LibraryIpcTaskRunner();
   for (auto _ : state) {
     state.PauseTiming();
     auto batch = std::make_unique<std::vector<Records>>(MakeBatch(kind, kBatch));
@@ -155,7 +95,7 @@ void LibraryThroughput(benchmark::State& state, Kind kind) {
 // One event at a time, from entering the library on the IPC thread to the stack's callback.
 void LibraryLatency(benchmark::State& state, Kind kind) {
   CountingStack& stack = CountingStack::Get();
-  const scoped_refptr<base::SingleThreadTaskRunner> ipc = EventWorld::IpcTaskRunner();
+  const scoped_refptr<base::SingleThreadTaskRunner> ipc = LibraryIpcTaskRunner();
   LatencySamples samples(kLatencySamples);
   stack.latency = &samples;
   for (auto _ : state) {
@@ -181,9 +121,7 @@ uint64_t CallbackThreadAllocations() {
       &AllocationsOnThisThread);
 }
 
-uint64_t IpcThreadAllocations() {
-  return RunOn(EventWorld::IpcTaskRunner(), &AllocationsOnThisThread);
-}
+uint64_t IpcThreadAllocations() { return RunOn(LibraryIpcTaskRunner(), &AllocationsOnThisThread); }
 
 // Blocks per event on each thread, end to end and for the library alone. The probes allocate
 // nothing on the threads they read.
@@ -207,7 +145,7 @@ void Allocations(benchmark::State& state, Kind kind) {
     uint64_t libraryCallback = CallbackThreadAllocations();
     stack.delivered.Arm(kAllocationEvents);
     const uint64_t libraryIpc =
-        RunOn(EventWorld::IpcTaskRunner(), [kind, &batch] { return EnterLibrary(kind, &batch); });
+        RunOn(LibraryIpcTaskRunner(), [kind, &batch] { return EnterLibrary(kind, &batch); });
     stack.delivered.Wait();
     libraryCallback = CallbackThreadAllocations() - libraryCallback;
 
@@ -234,9 +172,7 @@ BENCHMARK_CAPTURE(LibraryThroughput, scan, Kind::kScan)
 BENCHMARK_CAPTURE(LibraryLatency, notify, Kind::kNotify)
     ->UseRealTime()
     ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(LibraryLatency, scan, Kind::kScan)
-    ->UseRealTime()
-    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(LibraryLatency, scan, Kind::kScan)->UseRealTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(Allocations, notify, Kind::kNotify)->Iterations(1)->UseRealTime();
 BENCHMARK_CAPTURE(Allocations, scan, Kind::kScan)->Iterations(1)->UseRealTime();
 

@@ -12,8 +12,8 @@
 #include "bench_support.h"
 #include "bluetooth_tev_service.h"
 #include "counting_stack.h"
+#include "read_round_trip.h"
 #include "sim_world.h"
-#include "tevbridge/MojoProcessSupport.h"
 
 namespace tev {
 namespace bench {
@@ -57,18 +57,16 @@ int Make(Call call, const std::vector<uint8_t>& value) {
   SimWorld& world = SimWorld::Get();
   switch (call) {
     case Call::kRead:
-      return world.client()->read_characteristic(world.connId(), SimWorld::kLocation, 0);
+      return world.client()->read_characteristic(world.link().connId, MonitorLink::kLocation, 0);
     case Call::kWrite600:
-      return world.client()->write_characteristic(world.connId(), SimWorld::kControlPoint, 2, 0,
-                                                  value.data(), value.size());
+      return world.client()->write_characteristic(world.link().connId, MonitorLink::kControlPoint,
+                                                  2, 0, value.data(), value.size());
     case Call::kRegisterForNotification:
-      return world.client()->register_for_notification(world.clientIf(), world.monitor(),
-                                                        SimWorld::kMeasurement);
+      return world.client()->register_for_notification(world.link().clientIf, world.link().monitor,
+                                                       MonitorLink::kMeasurement);
     case Call::kBarePost:
-      return MojoProcessSupport::GetInstance()->getThread()->getTaskRunner()->PostTask(
-                 FROM_HERE, base::BindOnce([] {}))
-                 ? BT_STATUS_SUCCESS
-                 : BT_STATUS_FAIL;
+      return LibraryIpcTaskRunner()->PostTask(FROM_HERE, base::BindOnce([] {})) ? BT_STATUS_SUCCESS
+                                                                                : BT_STATUS_FAIL;
   }
   return -1;
 }
@@ -105,24 +103,8 @@ void StalledHostCall(benchmark::State& state, Call call, Pace pace) {
 
 // HAL call -> IPC thread -> host -> IPC thread -> read_characteristic_cb on the callback thread.
 void ReadRoundTrip(benchmark::State& state) {
-  SimWorld& world = SimWorld::Get();
-  CountingStack& stack = CountingStack::Get();
-  LatencySamples samples(kLatencySamples);
-  stack.latency = &samples;
-  for (auto _ : state) {
-    stack.delivered.Arm(1);
-    stack.requestSentNs = NowNs();
-    if (world.client()->read_characteristic(world.connId(), SimWorld::kLocation, 0) !=
-        BT_STATUS_SUCCESS) {
-      state.SkipWithError("read_characteristic failed");
-      break;
-    }
-    stack.delivered.Wait();
-  }
-  stack.latency = nullptr;
-  stack.requestSentNs = 0;
-  samples.Report(state);
-  world.host().journal().Clear();
+  MeasureReadRoundTrip(state, SimWorld::Get().link());
+  SimWorld::Get().host().journal().Clear();
 }
 
 BENCHMARK_CAPTURE(StalledHostCall, read_characteristic_cold, Call::kRead, Pace::kCold)

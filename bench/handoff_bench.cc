@@ -15,6 +15,7 @@
 #include "bench_support.h"
 #include "counting_stack.h"
 #include "event_world.h"
+#include "stack_bring_up.h"
 
 namespace tev {
 namespace bench {
@@ -105,7 +106,7 @@ void Send(Route route, int count, bool stamp, const Targets* targets) {
 
 Targets MakeTargets(MinimalQueue* queue) {
   Targets targets;
-  targets.ipc = EventWorld::IpcTaskRunner();
+  targets.ipc = LibraryIpcTaskRunner();
   // The callback thread's runner, as that thread itself sees it.
   targets.callback = RunThrough(
       [](base::OnceClosure task) { EventWorld::Get().service()->postToCallback(std::move(task)); },
@@ -117,8 +118,7 @@ Targets MakeTargets(MinimalQueue* queue) {
 void Fire(Route route, int count, bool stamp, const Targets& targets) {
   const scoped_refptr<base::SingleThreadTaskRunner> from =
       route == Route::kIpcToCallback ? targets.ipc : EventWorld::Get().host().task_runner();
-  from->PostTask(FROM_HERE,
-                 base::BindOnce(&Send, route, count, stamp, base::Unretained(&targets)));
+  from->PostTask(FROM_HERE, base::BindOnce(&Send, route, count, stamp, base::Unretained(&targets)));
 }
 
 void Throughput(benchmark::State& state, Route route) {

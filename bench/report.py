@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Prints the benchmark results as a table of ratios to the baselines measured in the same run.
 
-Reads the JSON files written by tev_event_bench and tev_sim_bench (run with repetitions) and
-takes the median of the repetitions of every figure.
+Reads the JSON files written by tev_event_bench, tev_sim_bench and tev_process_bench (run with
+repetitions) and takes the median of the repetitions of every figure.
 """
 import argparse
 import json
@@ -14,6 +14,7 @@ MIN_NOTIFY_RATE = 250_000
 HAL_P50_US = 2.0
 HAL_P99_US = 20.0
 MAX_NOTIFY_ALLOCATIONS = 3
+MAX_PROCESS_RATIO = 2.0
 
 
 def load(paths):
@@ -56,6 +57,14 @@ class Report:
     def ns_per_event(self, name):
         run = self.run(name)
         return 1e9 / run["items_per_second"] if run and run.get("items_per_second") else None
+
+    def iteration_ns(self, name):
+        """The run's own time per iteration, in ns."""
+        run = self.run(name)
+        if not run or "real_time" not in run:
+            return None
+        scale = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[run.get("time_unit", "ns")]
+        return run["real_time"] * scale
 
     def counter(self, name, counter):
         run = self.run(name)
@@ -179,6 +188,83 @@ def allocation_table(r):
               f"{fmt(library)}", library is not None and library <= MAX_NOTIFY_ALLOCATIONS)
 
 
+def thread_usage(r, name):
+    """{(side, thread): (cpu ns, sleeps)} per item of one run, busiest first."""
+    run = r.run(name) or {}
+    usage = {}
+    for key, value in run.items():
+        parts = key.split(":")
+        if len(parts) == 3 and parts[0] in ("cpu_ns", "sleeps"):
+            cpu, sleeps = usage.get((parts[1], parts[2]), (0.0, 0.0))
+            usage[(parts[1], parts[2])] = (value, sleeps) if parts[0] == "cpu_ns" else (cpu, value)
+    return sorted(usage.items(), key=lambda item: -item[1][0])
+
+
+def total_cpu(r, name):
+    usage = thread_usage(r, name)
+    return sum(cpu for _, (cpu, _) in usage) if usage else None
+
+
+def process_table(r):
+    bridge_ns = r.ns_per_event("ProcessThroughput/notify")
+    bare_ns = r.ns_per_event("ProcessThroughput/bare_socket_message")
+    if bridge_ns is None and bare_ns is None:
+        return
+    size = r.counter("ProcessThroughput/bare_socket_message", "bytes")
+    print(f"\nAcross processes: the host in a forked process, against a bare Unix-socket message "
+          f"of {fmt(size, 0)} bytes (a notification's frame) between the same two processes")
+    print(f"  {'path':44} {'bridge':>15} {'bare':>15} {'x bare':>13}")
+
+    def row(label, bridge, bare, digits=2):
+        print(f"  {label:44} {fmt(bridge, digits):>15} {fmt(bare, digits):>15} "
+              f"{fmt(ratio(bridge, bare)):>13}")
+
+    row("notification throughput, ns/event", bridge_ns, bare_ns, 0)
+    print(f"  {'  events/s':44} {fmt(1e9 / bridge_ns if bridge_ns else None, 0):>15} "
+          f"{fmt(1e9 / bare_ns if bare_ns else None, 0):>15}")
+    bridge_cpu, bare_cpu = (total_cpu(r, f"ProcessThroughput/{name}")
+                            for name in ("notify", "bare_socket_message"))
+    row("CPU ns/event, every thread of both processes", bridge_cpu, bare_cpu, 0)
+    latency = {q: r.counter("ProcessLatency/notify", f"{q}_us") for q in ("p50", "p99")}
+    one_way = {q: r.counter("ProcessLatency/bare_socket_message", f"{q}_us") for q in ("p50", "p99")}
+    ping = {q: r.counter("ProcessRoundTrip/bare_socket_ping_pong", f"{q}_us") for q in ("p50", "p99")}
+    read = {q: r.counter("ProcessRoundTrip/read_characteristic", f"{q}_us") for q in ("p50", "p99")}
+    half = {q: ping[q] / 2 if ping[q] is not None else None for q in ping}
+    for q in ("p50", "p99"):
+        row(f"notification latency {q} us, vs one-way", latency[q], one_way[q])
+    for q in ("p50", "p99"):
+        row(f"notification latency {q} us, vs half ping-pong", latency[q], half[q])
+    for q in ("p50", "p99"):
+        row(f"read round trip {q} us, vs ping-pong", read[q], ping[q])
+    print(f"  wire codec: encode {fmt(r.iteration_ns('WireCodec/encode_notify'), 0)} ns, "
+          f"decode {fmt(r.iteration_ns('WireCodec/decode_notify'), 0)} ns per notification")
+
+    print("  CPU ns and sleeps per item, by thread (throughput runs):")
+    for label, name in (("notification", "ProcessThroughput/notify"),
+                        ("bare message", "ProcessThroughput/bare_socket_message")):
+        used = [f"{side}:{thread} {cpu:.0f}/{sleeps:.2f}"
+                for (side, thread), (cpu, sleeps) in thread_usage(r, name) if cpu >= 20]
+        print(f"    {label:14} {', '.join(used) or '-'}")
+    print("  sleeps per item, by thread (one at a time):")
+    for label, name in (("notification", "ProcessLatency/notify"),
+                        ("bare one-way", "ProcessLatency/bare_socket_message"),
+                        ("read", "ProcessRoundTrip/read_characteristic"),
+                        ("ping-pong", "ProcessRoundTrip/bare_socket_ping_pong")):
+        used = [f"{side}:{thread} {sleeps:.2f}"
+                for (side, thread), (_, sleeps) in thread_usage(r, name) if sleeps >= 0.05]
+        print(f"    {label:14} {', '.join(used) or '-'}")
+
+    for label, x in (("throughput", ratio(bridge_ns, bare_ns)),
+                     ("CPU time", ratio(bridge_cpu, bare_cpu))):
+        r.verdict(f"a notification across processes costs at most {MAX_PROCESS_RATIO}x a bare "
+                  f"socket message, {label}: {fmt(x)}x", x is not None and x <= MAX_PROCESS_RATIO)
+    for label, base in (("one-way", one_way["p50"]), ("half ping-pong", half["p50"])):
+        x = ratio(latency["p50"], base)
+        r.verdict(f"a notification across processes costs at most {MAX_PROCESS_RATIO}x a bare "
+                  f"socket message, median latency vs bare {label}: {fmt(x)}x",
+                  x is not None and x <= MAX_PROCESS_RATIO)
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("--compiler", default="unknown")
@@ -194,6 +280,7 @@ def main():
     latency_table(r)
     hal_table(r)
     allocation_table(r)
+    process_table(r)
     print("\nTargets")
     print("\n".join(r.verdicts))
 

@@ -2,6 +2,7 @@
 
 #include <hardware/bt_gatt.h>
 
+#include "stack_bring_up.h"
 #include "tev/sim/simulated_host.h"
 
 namespace tev {
@@ -12,12 +13,6 @@ namespace bench {
 // process, made by main() before the benchmarks run.
 class SimWorld {
  public:
-  // The monitor's attributes: 2 measurement (notify), 4 body sensor location (read),
-  // 5 control point (write).
-  static constexpr uint16_t kMeasurement = 2;
-  static constexpr uint16_t kLocation = 4;
-  static constexpr uint16_t kControlPoint = 5;
-
   SimWorld();
   // cleanup through both tables, then stops the host.
   ~SimWorld();
@@ -26,10 +21,8 @@ class SimWorld {
 
   static SimWorld& Get();
 
-  const btgatt_client_interface_t* client() const;
-  int clientIf() const { return client_if_; }
-  int connId() const { return conn_id_; }
-  const RawAddress& monitor() const { return monitor_; }
+  const btgatt_client_interface_t* client() const { return Gatt()->client; }
+  const MonitorLink& link() const { return link_; }
   sim::SimulatedHost& host() { return host_; }
 
   // Every chain started so far (IPC -> host -> IPC -> callback) has run to its end: the process
@@ -40,9 +33,7 @@ class SimWorld {
   void Advance(int milliseconds);
 
   sim::SimulatedHost host_;
-  RawAddress monitor_;
-  int client_if_ = 0;
-  int conn_id_ = 0;
+  MonitorLink link_;
 };
 
 }  // namespace bench
