@@ -224,10 +224,18 @@ class RawPeerTest : public EchoPipeTest {
 
 TEST_F(RawPeerTest, WhatCannotBeAMessageEndsTheConnectionWithOneLine) {
   const std::vector<uint8_t> poke = {7, 0, 0, 0};
+  const std::vector<uint8_t> firstPipe = {0, 0, 0, 0};
+  std::vector<uint8_t> overcounted = RawFrame(0, 0, kAttachSink, 0, {}, firstPipe);
+  overcounted[28] = 2;
+  std::vector<uint8_t> reusedId = RawFrame(0, 0, kAttachSink, 0, {1}, firstPipe);
+  const std::vector<uint8_t> again = reusedId;
+  reusedId.insert(reusedId.end(), again.begin(), again.end());
   struct Case {
     const char* label;
     std::vector<uint8_t> bytes;
     const char* problem;
+    // Messages that reached the server before the bad one.
+    size_t accepted = 0;
   } cases[] = {
       {"oversized", RawFrame(0, 0, 0, 0, {}, {}, 0x7fffffff), "a frame of 2147483647 bytes"},
       {"unknown kind", RawFrame(0, 9, 0, 0, {}, {}), "a frame of unknown kind 9"},
@@ -240,6 +248,10 @@ TEST_F(RawPeerTest, WhatCannotBeAMessageEndsTheConnectionWithOneLine) {
       {"reply flag on a one-way call", RawFrame(0, 0, kPoke, 2, {}, poke),
        "a malformed tev.mojotest.Echo message (ordinal 0)"},
       {"truncated", RawFrame(0, 0, 0, 0, {}, poke, 40), "the socket ended inside a frame"},
+      {"truncated length", {28, 0}, "the socket ended inside a frame's length"},
+      {"more new pipes than bytes", overcounted, "a frame naming 2 new pipes"},
+      {"a pipe id given twice", reusedId, "a new pipe with id 1", 1},
+      {"a closing notice with contents", RawFrame(0, 1, 0, 0, {}, poke), "a pipe-closed frame with contents"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.label);
@@ -247,13 +259,13 @@ TEST_F(RawPeerTest, WhatCannotBeAMessageEndsTheConnectionWithOneLine) {
     tev::testing::LogCapture log;
     Connect();
     Write(c.bytes);
-    if (std::string(c.label) == "truncated") shutdown(peer_, SHUT_WR);
+    shutdown(peer_, SHUT_WR);
     EXPECT_TRUE(ended_.Wait());
     EXPECT_TRUE(error_.Wait());
     EXPECT_TRUE(ReadUntilEnd().empty());
     EXPECT_EQ(log.Messages(), (std::vector<std::string>{"mojo: under test: " + std::string(c.problem) +
                                                         "; closing the connection"}));
-    EXPECT_TRUE(server_log_.Take().empty()) << "a malformed message reached the server";
+    EXPECT_EQ(server_log_.Take().size(), c.accepted) << "a malformed message reached the server";
   }
 }
 
@@ -262,6 +274,12 @@ TEST_F(RawPeerTest, AMessageForAPipeClosedHereIsDroppedAndTheClosingIsAnnounced)
   // The closing notice for pipe 0 is all that comes back.
   std::vector<uint8_t> closed = RawFrame(0, 1, 0, 0, {}, {});
   std::vector<uint8_t> got(closed.size());
+  ASSERT_EQ(recv(peer_, got.data(), got.size(), MSG_WAITALL), static_cast<ssize_t>(got.size()));
+  EXPECT_EQ(got, closed);
+
+  // A late message that carries a pipe: that pipe is closed at once, and the peer told.
+  Write(RawFrame(0, 0, kAttachSink, 0, {1}, {0, 0, 0, 0}));
+  closed = RawFrame(1, 1, 0, 0, {}, {});
   ASSERT_EQ(recv(peer_, got.data(), got.size(), MSG_WAITALL), static_cast<ssize_t>(got.size()));
   EXPECT_EQ(got, closed);
 
