@@ -1,5 +1,5 @@
-// The script's own commands (time, variables, narration) and the simulated host's controls
-// (faults, severed pipes, restarts, its journal).
+// The script's own commands (time, variables, narration) and the host's controls (faults,
+// severed pipes, restarts, its journal), in this process or a daemon's.
 #include "base/strings/stringprintf.h"
 #include "command_table.h"
 #include "script_values.h"
@@ -81,41 +81,29 @@ bool fault(Session& session, CommandArgs& args, std::string* error) {
       return false;
     }
   }
-  session.host().faults().Set(args.token(0).text, fault);
-  return true;
+  return session.host().SetFault(args.token(0).text, fault, error);
 }
 
-bool clearFaults(Session& session, CommandArgs& args, std::string*) {
-  if (args.has(0)) {
-    session.host().faults().Clear(args.token(0).text);
-  } else {
-    session.host().faults().ClearAll();
-  }
-  return true;
+bool clearFaults(Session& session, CommandArgs& args, std::string* error) {
+  return session.host().ClearFaults(args.has(0) ? args.token(0).text : "", error);
 }
 
 bool sever(Session& session, CommandArgs& args, std::string* error) {
   sim::Pipe pipe;
   if (!parsePipe(args.token(0).text, &pipe)) return (*error = "the pipe is " + pipeNames(), false);
-  session.host().Sever(pipe);
-  return true;
+  const std::chrono::microseconds delay = args.has(1) ? args.Duration(1) : std::chrono::microseconds(0);
+  if (!args.ok()) return (*error = args.error(), false);
+  return session.host().Sever(pipe, base::TimeDelta::FromMicroseconds(delay.count()), error);
 }
 
-bool restart(Session& session, CommandArgs&, std::string*) {
-  session.host().Restart();
-  return true;
-}
+bool restart(Session& session, CommandArgs&, std::string* error) { return session.host().Restart(error); }
 
-bool callInit(Session& session, CommandArgs&, std::string*) {
-  session.host().CallInit();
-  return true;
-}
+bool callInit(Session& session, CommandArgs&, std::string* error) { return session.host().CallInit(error); }
 
 bool journal(Session& session, CommandArgs& args, std::string* error) {
   const int64_t count = args.has(0) ? args.Int(0, "entry count") : 0;
   if (!args.ok() || count < 0) return (*error = args.ok() ? "the count is not negative" : args.error(), false);
-  session.transcript().PrintJournal(static_cast<size_t>(count));
-  return true;
+  return session.PrintHostJournal(static_cast<size_t>(count), error);
 }
 
 }  // namespace
@@ -136,8 +124,9 @@ std::vector<CommandEntry> ControlCommands() {
        "host fault ReadGattCharacteristic result=1 times=1"},
       {"host", "host", "clear_faults", "[METHOD]", "remove one method's fault, or all", 0, 1, false, clearFaults,
        "host clear_faults ReadGattCharacteristic"},
-      {"host", "host", "sever", "PIPE", "close a pipe from the host's side, as a crash would", 1, 1, false, sever,
-       "host sever BluetoothHost"},
+      {"host", "host", "sever", "PIPE [DELAY]",
+       "close a pipe from the host's side, as a crash would (now, or DELAY later on the host's clock)", 1, 2, false,
+       sever, "host sever BluetoothHost"},
       {"host", "host", "restart", "", "restart the host's Bluetooth service (Init follows)", 0, 0, false, restart,
        "host restart"},
       {"host", "host", "init", "",

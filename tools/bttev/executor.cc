@@ -105,7 +105,9 @@ bool Executor::Execute(const ScriptLine& line, std::string* error) {
     return false;
   }
   CommandArgs args(std::move(words));
-  if (!entry->handler(session_, args, &reason)) {
+  const bool handled = entry->handler(session_, args, &reason);
+  session_.PumpHostJournal();
+  if (!handled) {
     *error = line.Where() + ": " + reason;
     return false;
   }

@@ -29,8 +29,8 @@ bool received(const sim::JournalEntry& entry) {
 // Once every thread is idle: the oldest entry the host received that matches and no earlier
 // expectation took.
 bool expectHost(Session& session, const Expectation& expectation, std::string* error) {
-  if (!session.Settle(error)) return false;
-  const std::vector<sim::JournalEntry> entries = session.host().journal().Entries();
+  std::vector<sim::JournalEntry> entries;
+  if (!session.Settle(error) || !session.host().ReadJournal(0, &entries, error)) return false;
   Variables captures;
   for (size_t i = 0; i < entries.size(); ++i) {
     if (session.takenHostEntries().count(i) || !received(entries[i])) continue;

@@ -196,12 +196,14 @@ bool send(Session& session, CommandArgs& args, std::string* error) {
   for (const HostEvent& event : hostEvents()) {
     if (name != event.name) continue;
     HostEventArgs words(std::vector<Token>(args.tokens().begin() + 1, args.tokens().end()));
-    Call call = event.build(words, &session.host());
+    sim::SimulatedHost* host = session.LocalHostFor("host send", error);
+    if (!host) return false;
+    Call call = event.build(words, host);
     if (!words.Finish(error)) {
       *error = name + ": " + *error + " (" + name + " " + event.keys + ")";
       return false;
     }
-    session.host().SendEvent(name, words.summary(), std::move(call));
+    host->SendEvent(name, words.summary(), std::move(call));
     return true;
   }
   *error = "no BluetoothInstance event '" + name + "' (" + eventList() + "; 'host init' sends Init)";
@@ -212,6 +214,7 @@ bool version(Session& session, CommandArgs& args, std::string* error) {
   const int64_t offered = args.Int(0, "bridge version");
   if (!args.ok() || offered < 0) return (*error = args.ok() ? "the version is not negative" : args.error(), false);
   return session.ReplaceHost(
+      "host version",
       [&](sim::SimulatedHost::Options* options) {
         options->bridgeVersion = static_cast<unsigned int>(offered);
         return true;
@@ -223,6 +226,7 @@ bool holdInit(Session& session, CommandArgs& args, std::string* error) {
   const bool hold = !args.has(0) || args.Choice(0, "hold", {"off", "on"}) != 0;
   if (!args.ok()) return (*error = args.error(), false);
   return session.ReplaceHost(
+      "host hold-init",
       [&](sim::SimulatedHost::Options* options) {
         options->autoInit = !hold;
         return true;
@@ -232,6 +236,7 @@ bool holdInit(Session& session, CommandArgs& args, std::string* error) {
 
 bool world(Session& session, CommandArgs& args, std::string* error) {
   return session.ReplaceHost(
+      "world",
       [&](sim::SimulatedHost::Options* options) {
         sim::WorldError worldError;
         if (sim::LoadWorldFile(args.token(0).text, &options->world, &worldError)) return true;
@@ -249,7 +254,7 @@ std::vector<CommandEntry> HostEventCommands() {
   for (const HostEvent& event : hostEvents()) events += std::string("\n        ") + event.name + " " + event.keys;
   return {
       {"host", "host", "send", "EVENT [KEY=VALUE]...",
-       "the host sends a BluetoothInstance event ('host init' sends Init); numbers may be out of range; one left "
+       "the host sends a BluetoothInstance event ('host init' sends Init; not with --connect); numbers may be out of range; one left "
        "out is 0, but connected, notify and execute are 1, type 1 for a device and 3 for an attribute, mtu 23; an "
        "address left out or null is a null record; prop KINDs: bdname:TEXT friendly_name:TEXT "
        "bdaddr:ADDR bonded_devices:ADDR,ADDR uuids:UUID,UUID class_of_device:N type_of_device:N scan_mode:N "
@@ -259,7 +264,7 @@ std::vector<CommandEntry> HostEventCommands() {
        1, kMany, false, send, "host send OnLEDeviceFound addr=02:51:b0:00:00:09 rssi=200 eir=020106"},
       {"host", "host", "version", "N",
        "a new host offering bridge version N (20 by default); like hold-init and world, only before init or after "
-       "cleanup, and the other settings stay",
+       "cleanup, and the other settings stay; none of the three with --connect",
        1, 1, false, version, "host version 19"},
       {"host", "host", "hold-init", "[on|off]",
        "a new host that answers the library's connection with Init only on 'host init' (off: at once again)", 0, 1,

@@ -1,8 +1,10 @@
 // bttev: the stack's side of the Bluetooth HAL. Loads the library as the stack does, drives it
-// against the simulated Quarne OS host, and checks every callback against the HAL contract.
+// against the simulated Quarne OS host, and checks every callback against the HAL contract. Also
+// runs that host as a daemon for guests in other processes.
 #include <unistd.h>
 
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -11,6 +13,7 @@
 #include "command_table.h"
 #include "demo_script.h"
 #include "executor.h"
+#include "host_daemon.h"
 #include "session.h"
 #include "shell.h"
 #include "stack_side.h"
@@ -28,13 +31,22 @@ constexpr int kExitUsage = 2;
 
 const char kUsage[] =
     "usage: bttev [OPTIONS] COMMAND\n"
+    "       bttev host --listen SOCKET [--world FILE] [--clock real|virtual]\n"
     "commands:\n"
     "  demo          a guided tour of every part of the HAL on the simulated host (real time)\n"
     "  run FILE      run a script of HAL commands and expectations; fails at the first unmet one\n"
     "  shell         an interactive console in the same language ('help' inside)\n"
     "  help [TOPIC]  the command language (TOPIC: bt, gatt, client, server, scanner, host, script,\n"
     "                callbacks, expect, or a command)\n"
+    "  host          the simulated host as a daemon: guests in other processes (bttev --connect)\n"
+    "                reach it at SOCKET, one at a time; it prints 'bttev host: listening at SOCKET'\n"
+    "                when ready and stops on SIGINT or SIGTERM (clock: real unless --clock virtual)\n"
     "options:\n"
+    "  --connect SOCKET       drive the host of the daemon listening at SOCKET instead of one in this\n"
+    "                         process; its world and clock count ('advance' needs --clock virtual\n"
+    "                         there), and 'host send', 'host version', 'host hold-init' and 'world'\n"
+    "                         are not available\n"
+    "  --listen SOCKET        where 'bttev host' listens (an owner-only Unix socket)\n"
     "  --lib PATH             the HAL library to load (default: the one built alongside)\n"
     "  --world FILE           the simulated host's world (default: the built-in one)\n"
     "  --trace FILE           write a timeline of every thread (trace-event JSON, for the Perfetto UI)\n"
@@ -55,13 +67,17 @@ bool readFile(const std::string& path, std::string* text) {
   return static_cast<bool>(file) || file.eof();
 }
 
-// Runs `lines` in a fresh session; the summary follows unless quiet.
-int runLines(SessionOptions options, const std::vector<tev::bttev::ScriptLine>& lines, const std::string& title,
-             bool summaryWhenQuiet) {
+// The lines to run, once the session has started: the demo's follow the host's world.
+using ScriptSource =
+    std::function<bool(Session& session, std::vector<tev::bttev::ScriptLine>* lines, std::string* error)>;
+
+// Runs the lines `script` gives in a fresh session; the summary follows unless quiet.
+int runLines(SessionOptions options, const ScriptSource& script, const std::string& title, bool summaryWhenQuiet) {
   const bool quiet = options.verbosity == tev::bttev::Verbosity::kQuiet;
   Session session(std::move(options), std::cout, std::cerr);
   std::string error;
-  if (!session.Start(&error)) {
+  std::vector<tev::bttev::ScriptLine> lines;
+  if (!session.Start(&error) || !script(session, &lines, &error)) {
     std::cerr << "bttev: " << error << "\n";
     return kExitFailed;
   }
@@ -88,6 +104,7 @@ int main(int argc, char** argv) {
   SessionOptions options;
   options.libraryPath = BTTEV_DEFAULT_LIBRARY;
   std::string clock;
+  std::string listen;
   std::vector<std::string> words;
   for (int i = 1; i < argc; ++i) {
     const std::string arg = argv[i];
@@ -102,6 +119,10 @@ int main(int argc, char** argv) {
       if (!value(&options.worldFile)) return usage("--world needs a file");
     } else if (arg == "--trace") {
       if (!value(&options.tracePath)) return usage("--trace needs a file");
+    } else if (arg == "--connect") {
+      if (!value(&options.hostSocket)) return usage("--connect needs a socket path");
+    } else if (arg == "--listen") {
+      if (!value(&listen)) return usage("--listen needs a socket path");
     } else if (arg == "--clock") {
       if (!value(&clock) || (clock != "virtual" && clock != "real")) return usage("--clock takes virtual or real");
     } else if (arg == "--quiet") {
@@ -120,9 +141,23 @@ int main(int argc, char** argv) {
   if (words.empty()) return usage("no command");
   const std::string command = words[0];
 
+  if (command == "host") {
+    if (words.size() != 1) return usage("host takes no argument but its options");
+    if (listen.empty()) return usage("host needs --listen SOCKET");
+    if (!options.hostSocket.empty() || !options.tracePath.empty() || options.libraryPath != BTTEV_DEFAULT_LIBRARY ||
+        options.verbosity != tev::bttev::Verbosity::kNormal) {
+      return usage("host takes only --listen, --world and --clock");
+    }
+    return tev::bttev::RunHostDaemon({listen, options.worldFile, clock == "virtual"});
+  }
+  if (!listen.empty()) return usage("--listen is an option of 'bttev host'");
+  if (!options.hostSocket.empty() && (!options.worldFile.empty() || !clock.empty())) {
+    return usage("with --connect the world and the clock are the daemon's (bttev host --world, --clock)");
+  }
   if (command == "help") {
     std::string topic;
     for (size_t i = 1; i < words.size(); ++i) topic += (i > 1 ? " " : "") + words[i];
+    if (topic.empty()) std::cout << kUsage << "\n";
     std::cout << tev::bttev::HelpText(topic);
     return 0;
   }
@@ -130,20 +165,22 @@ int main(int argc, char** argv) {
     if (words.size() != 1) return usage("demo takes no argument");
     if (clock == "virtual") return usage("the demo runs on the real clock");
     options.time = SimulatedHost::Time::kReal;
-    tev::sim::World world = tev::sim::DefaultWorld();
+    // A world that does not load is a usage error, found before anything starts.
+    tev::sim::World world;
     tev::sim::WorldError worldError;
     if (!options.worldFile.empty() && !tev::sim::LoadWorldFile(options.worldFile, &world, &worldError)) {
       std::cerr << "bttev: " << worldError.ToString() << "\n";
       return kExitUsage;
     }
-    std::vector<tev::bttev::ScriptLine> lines;
-    std::string error;
-    if (!tev::bttev::ParseScript(tev::bttev::BuildDemoScript(world), "demo", &lines, &error) ||
-        !tev::bttev::ValidateScript(lines, &error)) {
-      std::cerr << "bttev: " << error << "\n";
-      return kExitFailed;
-    }
-    return runLines(options, lines, "Demo summary", true);
+    const ScriptSource demo = [](Session& session, std::vector<tev::bttev::ScriptLine>* lines, std::string* error) {
+      if (session.virtualTime()) {
+        *error = "the demo runs on the real clock: start the daemon without --clock virtual";
+        return false;
+      }
+      return tev::bttev::ParseScript(tev::bttev::BuildDemoScript(session.world()), "demo", lines, error) &&
+             tev::bttev::ValidateScript(*lines, error);
+    };
+    return runLines(options, demo, "Demo summary", true);
   }
   if (command == "run") {
     if (words.size() != 2) return usage("run takes one script file");
@@ -159,7 +196,13 @@ int main(int argc, char** argv) {
       std::cerr << "bttev: " << error << "\n";
       return kExitUsage;
     }
-    return runLines(options, lines, "Summary of " + words[1], false);
+    return runLines(
+        options,
+        [&lines](Session&, std::vector<tev::bttev::ScriptLine>* out, std::string*) {
+          *out = lines;
+          return true;
+        },
+        "Summary of " + words[1], false);
   }
   if (command == "shell") {
     if (words.size() != 1) return usage("shell takes no argument");

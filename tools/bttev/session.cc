@@ -1,11 +1,14 @@
 #include "session.h"
 
-#include <thread>
+#include <cstdlib>
 
 #include "base/strings/stringprintf.h"
 #include "base/threading/process_idle.h"
+#include "local_host.h"
+#include "remote_host.h"
 #include "stack_side.h"
 #include "tev/sim/world_loader.h"
+#include "tevbridge/TevBridgeSocket.h"
 
 namespace tev {
 namespace bttev {
@@ -14,6 +17,31 @@ namespace {
 testing::StackTables& tables() {
   static testing::StackTables* tables = new testing::StackTables();
   return *tables;
+}
+
+using Direction = sim::JournalEntry::Direction;
+
+// A daemon's journal entry as the transcript shows the host's.
+std::string hostLine(const sim::JournalEntry& entry) {
+  const char* verb = "   note ";
+  switch (entry.direction) {
+    case Direction::kCallReceived:
+      verb = "<- call ";
+      break;
+    case Direction::kReplySent:
+      verb = "-> reply";
+      break;
+    case Direction::kEventSent:
+      verb = "-> event";
+      break;
+    case Direction::kReplyReceived:
+      verb = "<- ack  ";
+      break;
+    case Direction::kNote:
+      break;
+  }
+  return base::StringPrintf("%8.3fs  host   %s %s%s\n", static_cast<double>(entry.time.InMicroseconds()) / 1e6, verb,
+                            entry.method.c_str(), entry.summary.empty() ? "" : ("  " + entry.summary).c_str());
 }
 
 }  // namespace
@@ -42,19 +70,29 @@ bool Session::Start(std::string* error) {
   }
   LibraryLog::Get().SetPrinter([this](int severity, const std::string& text) { transcript_.Log(severity, text); });
 
-  if (options_.worldFile.empty()) {
-    hostOptions_.world = sim::DefaultWorld();
+  if (!options_.hostSocket.empty()) {
+    // The library's bridge request dials the socket the environment names, before it loads.
+    setenv(bridge::kHostSocketVariable, options_.hostSocket.c_str(), 1);
+    std::unique_ptr<RemoteHost> remote = RemoteHost::Connect(options_.hostSocket, kDeadlockGuard, error);
+    if (!remote) return false;
+    transcript_.Note("the host is the daemon's at " + options_.hostSocket + " (" + remote->Description() + ")");
+    host_ = std::move(remote);
   } else {
-    sim::WorldError worldError;
-    if (!sim::LoadWorldFile(options_.worldFile, &hostOptions_.world, &worldError)) {
-      *error = worldError.ToString();
-      return false;
+    // The library must find this process's host, not one the environment names.
+    unsetenv(bridge::kHostSocketVariable);
+    if (options_.worldFile.empty()) {
+      hostOptions_.world = sim::DefaultWorld();
+    } else {
+      sim::WorldError worldError;
+      if (!sim::LoadWorldFile(options_.worldFile, &hostOptions_.world, &worldError)) {
+        *error = worldError.ToString();
+        return false;
+      }
     }
+    hostOptions_.time = options_.time;
+    host_ = std::make_unique<LocalHost>(hostOptions_);
+    transcript_.SetHost(host_->local());
   }
-  hostOptions_.time = options_.time;
-  host_ = std::make_unique<sim::SimulatedHost>(hostOptions_);
-  host_->Start();
-  transcript_.SetHost(host_.get());
 
   library_ = LoadedLibrary::Load(options_.libraryPath, error);
   if (!library_) return false;
@@ -78,6 +116,7 @@ bool Session::Shutdown(std::string* error) {
   if (library_) ok = Settle(error) && ok;
   if (host_) {
     transcript_.PumpJournal();
+    pumpRemoteJournal();
     host_->Stop();
   }
   if (trace_) {
@@ -90,7 +129,9 @@ bool Session::Shutdown(std::string* error) {
   return ok;
 }
 
-bool Session::ReplaceHost(const std::function<bool(sim::SimulatedHost::Options*)>& change, std::string* error) {
+bool Session::ReplaceHost(const std::string& command,
+                          const std::function<bool(sim::SimulatedHost::Options*)>& change, std::string* error) {
+  if (!LocalHostFor(command, error)) return false;
   if (checker_.Installed(TableGroup::kAdapter)) {
     *error = "the host can be changed only while the adapter is not initialised (before init or after cleanup)";
     return false;
@@ -101,10 +142,59 @@ bool Session::ReplaceHost(const std::function<bool(sim::SimulatedHost::Options*)
   takenHostEntries_.clear();
   transcript_.SetHost(nullptr);
   host_->Stop();
-  host_ = std::make_unique<sim::SimulatedHost>(hostOptions_);
-  host_->Start();
-  transcript_.SetHost(host_.get());
+  host_ = std::make_unique<LocalHost>(hostOptions_);
+  transcript_.SetHost(host_->local());
   return true;
+}
+
+sim::SimulatedHost* Session::LocalHostFor(const std::string& command, std::string* error) {
+  if (sim::SimulatedHost* host = host_->local()) return host;
+  *error = "'" + command +
+           "' works only on a host in this process; with --connect the host is the daemon's, which takes 'host "
+           "fault', 'host clear_faults', 'host sever', 'host restart', 'host init', 'host journal' and 'advance'";
+  return nullptr;
+}
+
+bool Session::PrintHostJournal(size_t count, std::string* error) {
+  std::vector<sim::JournalEntry> entries;
+  if (!host_->ReadJournal(0, &entries, error)) return false;
+  pumpRemoteJournal();
+  std::string text;
+  for (size_t i = count == 0 || count > entries.size() ? 0 : entries.size() - count; i < entries.size(); ++i) {
+    text += entries[i].ToString() + "\n";
+  }
+  transcript_.Print(text);
+  return true;
+}
+
+void Session::PumpHostJournal() {
+  if (options_.verbosity != Verbosity::kQuiet) pumpRemoteJournal();
+}
+
+void Session::pumpRemoteJournal() {
+  if (host_->local()) return;
+  std::vector<sim::JournalEntry> entries;
+  std::string ignored;
+  if (!host_->ReadJournal(remoteJournalShown_, &entries, &ignored)) return;
+  std::string text;
+  for (const sim::JournalEntry& entry : entries) {
+    switch (entry.direction) {
+      case Direction::kCallReceived:
+        ++remoteCounts_.hostCalls;
+        break;
+      case Direction::kReplySent:
+        ++remoteCounts_.hostReplies;
+        break;
+      case Direction::kEventSent:
+        ++remoteCounts_.hostEvents;
+        break;
+      default:
+        break;
+    }
+    if (options_.verbosity != Verbosity::kQuiet) text += hostLine(entry);
+  }
+  remoteJournalShown_ += entries.size();
+  if (!text.empty()) transcript_.Print(text);
 }
 
 const btgatt_interface_t* Session::Gatt(std::string* error) {
@@ -132,6 +222,7 @@ int Session::CallValue(const std::string& text, const std::function<int()>& body
 
 void Session::CallVoid(const std::string& text, const std::function<void()>& body,
                        const std::function<std::string()>& outcome) {
+  PumpHostJournal();
   transcript_.HalCallStarted(text);
   {
     ContractChecker::HalCall call(checker_);
@@ -143,24 +234,24 @@ void Session::CallVoid(const std::string& text, const std::function<void()>& bod
 }
 
 bool Session::Settle(std::string* error) {
-  std::string busy;
-  if (checker_.Settle([&] { return base::WaitForProcessIdle(kDeadlockGuard, &busy); })) return true;
-  *error = "the threads did not run out of work within 5s (a deadlock, or work that keeps coming): " + busy;
-  return false;
+  const bool settled = checker_.Settle([&] {
+    return host_->Settle(
+        [](std::string* why) {
+          std::string busy;
+          if (base::WaitForProcessIdle(kDeadlockGuard, &busy)) return true;
+          *why = "the threads did not run out of work within 5s (a deadlock, or work that keeps coming): " + busy;
+          return false;
+        },
+        error);
+  });
+  PumpHostJournal();
+  return settled;
 }
 
 bool Session::AdvanceTime(std::chrono::microseconds duration, std::string* error) {
-  if (!virtualTime()) {
-    std::this_thread::sleep_for(duration);
-    return true;
-  }
   // Whatever the stack asked for before must reach the host at the time it was asked.
-  if (!Settle(error)) return false;
-  if (!host_->AdvanceTime(base::TimeDelta::FromMicroseconds(duration.count()))) {
-    *error = "the host did not advance its clock";
-    return false;
-  }
-  return true;
+  if (virtualTime() && !Settle(error)) return false;
+  return host_->AdvanceTime(base::TimeDelta::FromMicroseconds(duration.count()), error);
 }
 
 void Session::OnCallback(CallbackEvent event) {
@@ -173,7 +264,13 @@ void Session::OnCallback(CallbackEvent event) {
 
 void Session::PrintSummary(const std::string& title, std::ostream& out) {
   transcript_.PumpJournal();
-  const Transcript::Counts counts = transcript_.counts();
+  Transcript::Counts counts = transcript_.counts();
+  if (host_ && !host_->local()) {
+    pumpRemoteJournal();
+    counts.hostCalls = remoteCounts_.hostCalls;
+    counts.hostReplies = remoteCounts_.hostReplies;
+    counts.hostEvents = remoteCounts_.hostEvents;
+  }
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
   out << "\n== " << title << "\n";
   out << base::StringPrintf("  HAL calls made            %zu\n", counts.halCalls);

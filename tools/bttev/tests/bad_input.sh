@@ -6,13 +6,20 @@ bttev=$1
 bad=$2
 failed=0
 
-# check EXPECTED_EXIT TEXT ARGS...: runs bttev ARGS, expects that exit status and TEXT in its
-# error output.
+# check EXPECTED_EXIT TEXT ARGS...: runs bttev --quiet ARGS, expects that exit status and TEXT in
+# its error output. checkArgs does the same without --quiet.
 check() {
   want=$1
   text=$2
   shift 2
-  err=$("$bttev" --quiet "$@" 2>&1 >/dev/null)
+  checkArgs "$want" "$text" --quiet "$@"
+}
+
+checkArgs() {
+  want=$1
+  text=$2
+  shift 2
+  err=$("$bttev" "$@" 2>&1 >/dev/null)
   got=$?
   if [ "$got" -ne "$want" ]; then
     echo "FAIL: bttev $*: exit $got, expected $want"
@@ -48,6 +55,45 @@ check 2 "unknown option --fast" --fast demo
 check 2 "--clock takes virtual or real" --clock slow run "$bad/unmet.bttev"
 check 2 "run takes one script file" run
 check 2 "unknown command 'replay'" replay
+
+# The host daemon: its options, its world, and a socket it cannot use.
+sock=${TMPDIR:-/tmp}/bttev_bad_input.$$.sock
+fifo=${TMPDIR:-/tmp}/bttev_bad_input.$$.fifo
+daemon=
+trap 'if [ -n "$daemon" ]; then kill -KILL "$daemon" 2>/dev/null; fi; rm -f "$sock" "$fifo"' EXIT
+checkArgs 2 "host needs --listen SOCKET" host
+checkArgs 2 "--listen needs a socket path" host --listen
+checkArgs 2 "host takes no argument but its options" host now --listen "$sock"
+checkArgs 2 "host takes only --listen, --world and --clock" host --listen "$sock" --trace "$sock.json"
+checkArgs 2 "--clock takes virtual or real" host --listen "$sock" --clock slow
+checkArgs 2 "--listen is an option of 'bttev host'" --listen "$sock" demo
+checkArgs 2 "cannot read the world file $bad/none.json" host --listen "$sock" --world "$bad/none.json"
+checkArgs 2 "world.json" host --listen "$sock" --world "$bad/world.json"
+checkArgs 2 "cannot bind $bad/none/bttev.sock: No such file or directory" host --listen "$bad/none/bttev.sock"
+checkArgs 2 "a socket path must have 1 to 107 characters" host --listen "/tmp/$(printf '%0120d' 0)"
+checkArgs 2 "$bad/world.json exists and is not a socket" host --listen "$bad/world.json"
+check 2 "with --connect the world and the clock are the daemon's" --connect "$sock" --clock virtual run "$bad/unmet.bttev"
+check 1 "cannot connect to $sock" --connect "$sock" run "$bad/unmet.bttev"
+
+# A live daemon's socket is not taken over; what needs a host in the driver's process says so.
+mkfifo "$fifo"
+"$bttev" host --listen "$sock" >"$fifo" &
+daemon=$!
+read -r ready <"$fifo"
+if [ "$ready" != "bttev host: listening at $sock" ]; then
+  echo "FAIL: bttev host: '$ready'"
+  failed=1
+fi
+checkArgs 2 "a host already listens at $sock" host --listen "$sock"
+check 1 "host_send.bttev:2: 'host send' works only on a host in this process" --connect "$sock" run "$bad/host_send.bttev"
+kill -TERM "$daemon"
+wait "$daemon"
+got=$?
+daemon=
+if [ "$got" -ne 0 ] || [ -e "$sock" ]; then
+  echo "FAIL: bttev host: exit $got after SIGTERM, socket left: $([ -e "$sock" ] && echo yes || echo no)"
+  failed=1
+fi
 
 # The shell reports a bad line and goes on; the session's result counts it.
 out=$(printf 'help client\nfrobnicate\ninit\nquit\n' | "$bttev" --quiet shell 2>/tmp/bttev_shell_err.$$)
