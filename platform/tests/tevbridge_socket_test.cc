@@ -29,6 +29,8 @@ class TevBridgeSocketTest : public TevBridgeTest {
  protected:
   void SetUp() override {
     TevBridgeTest::SetUp();
+    // A process that had this pid before may have left its socket behind.
+    unlink(mPath.c_str());
     setenv(bridge::kHostSocketVariable, mPath.c_str(), 1);
   }
 
