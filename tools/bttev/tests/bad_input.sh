@@ -59,8 +59,11 @@ check 2 "unknown command 'replay'" replay
 # The host daemon: its options, its world, and a socket it cannot use.
 sock=${TMPDIR:-/tmp}/bttev_bad_input.$$.sock
 fifo=${TMPDIR:-/tmp}/bttev_bad_input.$$.fifo
+# A scratch file, not one of the sources: a daemon that wrongly took the path over would replace it.
+plain=${TMPDIR:-/tmp}/bttev_bad_input.$$.plain
+echo "not a socket" >"$plain"
 daemon=
-trap 'if [ -n "$daemon" ]; then kill -KILL "$daemon" 2>/dev/null; fi; rm -f "$sock" "$fifo"' EXIT
+trap 'if [ -n "$daemon" ]; then kill -KILL "$daemon" 2>/dev/null; fi; rm -f "$sock" "$fifo" "$plain"' EXIT
 checkArgs 2 "host needs --listen SOCKET" host
 checkArgs 2 "--listen needs a socket path" host --listen
 checkArgs 2 "host takes no argument but its options" host now --listen "$sock"
@@ -71,7 +74,7 @@ checkArgs 2 "cannot read the world file $bad/none.json" host --listen "$sock" --
 checkArgs 2 "world.json" host --listen "$sock" --world "$bad/world.json"
 checkArgs 2 "cannot bind $bad/none/bttev.sock: No such file or directory" host --listen "$bad/none/bttev.sock"
 checkArgs 2 "a socket path must have 1 to 107 characters" host --listen "/tmp/$(printf '%0120d' 0)"
-checkArgs 2 "$bad/world.json exists and is not a socket" host --listen "$bad/world.json"
+checkArgs 2 "$plain exists and is not a socket" host --listen "$plain"
 check 2 "with --connect the world and the clock are the daemon's" --connect "$sock" --clock virtual run "$bad/unmet.bttev"
 check 1 "cannot connect to $sock" --connect "$sock" run "$bad/unmet.bttev"
 
