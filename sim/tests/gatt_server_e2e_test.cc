@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "sim_fixture.h"
+#include "gatt_element.h"
 
 namespace tev {
 namespace sim {
@@ -21,16 +22,6 @@ btgatt_response_t Response(const std::vector<uint8_t>& value) {
   std::copy(value.begin(), value.end(), response.attr_value.value);
   response.attr_value.len = static_cast<uint16_t>(value.size());
   return response;
-}
-
-btgatt_db_element_t Element(uint16_t uuid, bt_gatt_db_attribute_type_t type, uint8_t properties,
-                            uint16_t permissions) {
-  btgatt_db_element_t element{};
-  element.uuid = bluetooth::Uuid::From16Bit(uuid);
-  element.type = type;
-  element.properties = properties;
-  element.permissions = permissions;
-  return element;
 }
 
 TEST(SimGattServerTest, PublishedServiceServesTheRemoteCentralsScript) {

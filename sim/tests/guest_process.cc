@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "bluetooth/uuid.h"
+#include "gatt_element.h"
 #include "raw_address.h"
 #include "tevbridge/TevBridgeSocket.h"
 
@@ -14,16 +15,6 @@ namespace sim {
 namespace {
 
 constexpr char kMonitor[] = "02:51:b0:00:00:01";
-
-btgatt_db_element_t Element(uint16_t uuid, bt_gatt_db_attribute_type_t type, uint8_t properties,
-                            uint16_t permissions) {
-  btgatt_db_element_t element{};
-  element.uuid = bluetooth::Uuid::From16Bit(uuid);
-  element.type = type;
-  element.properties = properties;
-  element.permissions = permissions;
-  return element;
-}
 
 // The n-th number of a callback's text.
 int NumberAt(const std::string& text, size_t n) {
